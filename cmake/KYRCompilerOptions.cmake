@@ -1,0 +1,47 @@
+# What every target of this project is compiled with. A target takes it by linking KYRCompilerOptions
+# privately, so that nothing of it reaches the users of the libraries.
+
+add_library(KYRCompilerOptions INTERFACE)
+target_compile_features(KYRCompilerOptions INTERFACE cxx_std_17)
+target_compile_options(KYRCompilerOptions INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
+  # A log line and an assertion name their source file: the name must not depend on the build's folder.
+  "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+
+if(KYRZOVI_WARNINGS_AS_ERRORS)
+  target_compile_options(KYRCompilerOptions INTERFACE -Werror)
+endif()
+
+if(KYRZOVI_SANITIZE)
+  target_compile_options(KYRCompilerOptions INTERFACE
+    "-fsanitize=${KYRZOVI_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(KYRCompilerOptions INTERFACE "-fsanitize=${KYRZOVI_SANITIZE}")
+endif()
+
+# Only the project that is built by itself chooses a compiler cache; inside another project that is
+# the other project's decision.
+if(PROJECT_IS_TOP_LEVEL AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
+  find_program(CCACHE_PROGRAM ccache)
+  if(CCACHE_PROGRAM)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+  endif()
+endif()
+
+# kyr_add_shared_library(<target> <alias> SOURCES <file>...)
+#
+# A shared library of this project: hidden symbols, a SOVERSION, and its include folder for its users.
+function(kyr_add_shared_library target alias)
+  cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "SOURCES")
+  add_library(${target} SHARED ${arg_SOURCES})
+  add_library(${alias} ALIAS ${target})
+  target_include_directories(${target} PUBLIC
+    "$<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>")
+  target_compile_features(${target} PUBLIC cxx_std_17)
+  target_link_libraries(${target} PRIVATE KYRCompilerOptions)
+  set_target_properties(${target} PROPERTIES
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    CXX_EXTENSIONS OFF
+    CXX_VISIBILITY_PRESET hidden
+    VISIBILITY_INLINES_HIDDEN ON)
+endfunction()
