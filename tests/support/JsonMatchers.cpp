@@ -77,8 +77,8 @@ std::string compare(const std::string& path, const Var& actual, const Var& expec
         return compareObjects(path, *actual.extract<Object::Ptr>(), *expected.extract<Object::Ptr>());
     if (actual.type() == typeid(Array::Ptr) && expected.type() == typeid(Array::Ptr))
         return compareArrays(path, *actual.extract<Array::Ptr>(), *expected.extract<Array::Ptr>());
-    if (actual.isEmpty() != expected.isEmpty() || actual.isString() != expected.isString()
-        || actual.isBoolean() != expected.isBoolean() || show(actual) != show(expected))
+    if (actual.isEmpty() != expected.isEmpty() || actual.isString() != expected.isString() ||
+        actual.isBoolean() != expected.isBoolean() || show(actual) != show(expected))
         return difference(path, show(actual), show(expected));
     return {};
 }

@@ -25,7 +25,7 @@ namespace Zovi::Command
 class KYRZOVI_API HttpRequest : public RequestBase
 {
 public:
-    enum RequestType {
+    enum RequestType : int {
         UNSUPPORTED = 0, ///< any other method, and any of the five in lower case
         GET = 1,
         HEAD = 2,
@@ -37,8 +37,8 @@ public:
     /// Reads `request` with its body as it came.
     ///
     /// Throws a `Poco::Exception` if the URL is no URI or its query cannot be decoded, and if the connection
-    /// ends before the declared length of the body has arrived. A bad query alone does not throw; it makes the
-    /// address `INVALID`. A body is read if its length is declared and positive, or not declared at all.
+    /// ends before the declared length of the body has arrived. A bad query alone does not throw; it makes
+    /// the address `INVALID`. A body is read if its length is declared and positive, or not declared at all.
     explicit HttpRequest(Poco::Net::HTTPServerRequest& request);
 
     /// The same with the body read through `decoder`, which undoes its content coding. Throws also what the
@@ -66,8 +66,8 @@ public:
     bool hasContentLength() const;
     std::streamsize getContentLength() const;
 
-    /// The body as a JSON object, parsed anew at each call. A null pointer if there is no body, or if it is no
-    /// JSON object, which is logged as an error.
+    /// The body as a JSON object, parsed anew at each call. A null pointer if there is no body, or if it is
+    /// no JSON object, which is logged as an error.
     Poco::JSON::Object::Ptr asJson() const;
 
 private:

@@ -47,8 +47,8 @@ public:
     void setMimetype(const std::string& mimetype) { m_mimetype = mimetype; }
     const std::string& getMimetype() const { return m_mimetype; }
 
-    /// The value of a "Location" header, which is sent with status 201 alone, and not if it is empty. It goes out
-    /// as it is: line breaks in it would end the header.
+    /// The value of a "Location" header, which is sent with status 201 alone, and not if it is empty. It goes
+    /// out as it is: line breaks in it would end the header.
     void setLocation(const std::string& location) { m_location = location; }
     const std::string& getLocation() const { return m_location; }
 
@@ -59,8 +59,8 @@ public:
     /// Takes a text as the content, in place of any JSON object.
     void setDataFromText(const std::string& text, const std::string& mimetype);
 
-    /// Shares a JSON object as the content, in place of any text: later changes to it show in this response. The
-    /// MIME type becomes "application/json; charset=utf-8".
+    /// Shares a JSON object as the content, in place of any text: later changes to it show in this response.
+    /// The MIME type becomes "application/json; charset=utf-8".
     void setDataFromObject(const Poco::JSON::Object::Ptr& object);
     void setDataFromObject(const ResponseObject& object);
     /// Throws `Poco::NullPointerException` if `object` is null.
@@ -84,16 +84,16 @@ public:
     void clearData();
 
     /// Sends this response once: the whole body is encoded in memory by `httpContentStreaming`, then goes out
-    /// with its length, never chunked. With `skipContent`, for a HEAD request, the headers are those of the full
-    /// answer and no body follows. If something was sent already, that is logged and nothing happens.
+    /// with its length, never chunked. With `skipContent`, for a HEAD request, the headers are those of the
+    /// full answer and no body follows. If something was sent already, that is logged and nothing happens.
     ///
     /// Exceptions of the connection, of the coder and of the JSON printer go to the caller; of the latter two
     /// nothing has been sent then.
     void send(Poco::Net::HTTPServerResponse& response, Zovi::Net::HTTPEncoderDecoder& httpContentStreaming,
               bool skipContent) const;
 
-    /// A response with {"status":"ok"}. All of them share one JSON object for the life of the process: nobody may
-    /// write to it. Any thread may call this.
+    /// A response with {"status":"ok"}. All of them share one JSON object for the life of the process: nobody
+    /// may write to it. Any thread may call this.
     static HttpResponse createStatusOk(HTTPStatus httpStatus = HTTPStatus::HTTP_OK);
 
     /// A response with an error document of `errorCode` and `errorMessage`; an empty message stands for the
@@ -115,8 +115,8 @@ private:
 namespace Zovi
 {
 
-/// The text that an error document carries if nobody gave one, by its HTTP status; for a status without a text
-/// of its own the reason phrase in lower case.
+/// The text that an error document carries if nobody gave one, by its HTTP status; for a status without a
+/// text of its own the reason phrase in lower case.
 KYRZOVI_API std::string getDefaultMessage(Command::HTTPStatus status);
 
 } // namespace Zovi

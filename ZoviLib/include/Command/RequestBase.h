@@ -62,8 +62,8 @@ public:
     bool hasRenderCriteria() const { return !renderCriteria.empty(); }
     bool hasSearchCriteria() const { return !searchCriteria.empty(); }
 
-    /// Shares `criterion` with this request, behind those of the same type `T`. A null pointer is stored as one.
-    /// Always true.
+    /// Shares `criterion` with this request, behind those of the same type `T`. A null pointer is stored as
+    /// one. Always true.
     template <typename T>
     bool addRenderCriterion(const Poco::SharedPtr<T>& criterion)
     {
@@ -77,8 +77,8 @@ public:
         return addCriterion<T, SearchCriterion>(criterion, searchCriteria);
     }
 
-    /// Appends the criteria of type `T` to `out`, in their order; a stored pointer that is no `T` is appended as
-    /// a null pointer. `out` is not cleared, and stays as it was if there is no criterion of that type.
+    /// Appends the criteria of type `T` to `out`, in their order; a stored pointer that is no `T` is appended
+    /// as a null pointer. `out` is not cleared, and stays as it was if there is no criterion of that type.
     template <typename T>
     void extractRenderCriteria(QueryCollection<T>& out) const
     {

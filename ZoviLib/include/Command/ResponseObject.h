@@ -101,8 +101,8 @@ public:
     /// A new error document, without timestamp.
     ResponseObject(int code, const std::string& message);
 
-    /// A new document that says "ok", stamped with the current time, that shares `data`. A null pointer gives a
-    /// stamped document without data.
+    /// A new document that says "ok", stamped with the current time, that shares `data`. A null pointer gives
+    /// a stamped document without data.
     explicit ResponseObject(const Poco::JSON::Array::Ptr& data);
     explicit ResponseObject(const Poco::JSON::Object::Ptr& data);
 
@@ -125,8 +125,8 @@ public:
     /// True if the document has the key "data", whatever its value.
     bool hasData() const;
 
-    /// The data if they are an array, or an object, else a null pointer. The result is shared with the document;
-    /// data that the document holds by value come as a copy.
+    /// The data if they are an array, or an object, else a null pointer. The result is shared with the
+    /// document; data that the document holds by value come as a copy.
     Poco::JSON::Array::Ptr getDataAsJsonArray() const;
     Poco::JSON::Object::Ptr getDataAsJsonObject() const;
 

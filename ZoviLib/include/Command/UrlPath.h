@@ -38,7 +38,7 @@ class KYRZOVI_API UrlPath
 {
 public:
     /// What kind of address this is.
-    enum Characteristic {
+    enum Characteristic : int {
         INVALID = 0,
         ROOT = 1,
         ROOT_ID = 2,
@@ -115,7 +115,7 @@ public:
     bool isReservedKeyword() const { return isReservedKeyword(characteristic); }
     /// True for the id, spec and rights forms, `SERVICE_RIGHTS` included; false for every other value. The
     /// "accessrights" of a service is classified as an ordinary resource and thus not reserved.
-    static bool isReservedKeyword(Characteristic characteristic);
+    static bool isReservedKeyword(Characteristic value);
 
     /// True if the query holds `queryKeyword`. Case counts.
     bool hasQueryParameter(const std::string& queryKeyword) const;
@@ -130,14 +130,14 @@ public:
     bool operator==(const UrlPath& rhs) const;
     bool operator!=(const UrlPath& rhs) const { return !(*this == rhs); }
 
-    /// Orders by level, then element, resource and service. A greater element or resource does not decide: the
-    /// next field is asked. This is therefore no strict weak order over arbitrary addresses; do not sort by it
-    /// addresses that differ in several fields.
+    /// Orders by level, then element, resource and service. A greater element or resource does not decide:
+    /// the next field is asked. This is therefore no strict weak order over arbitrary addresses; do not sort
+    /// by it addresses that differ in several fields.
     bool operator<(const UrlPath& rhs) const;
 
-    /// Depth of an address form: 0 for the root, 1 service, 2 resource, 3 element, -1 for `INVALID`. Any other
-    /// number gives -1 as well and is logged as an error.
-    static int getCharacteristicLevel(Characteristic characteristic);
+    /// Depth of an address form: 0 for the root, 1 service, 2 resource, 3 element, -1 for `INVALID`. Any
+    /// other number gives -1 as well and is logged as an error.
+    static int getCharacteristicLevel(Characteristic value);
 
     /// Level of `right` minus level of `left`: positive if `right` lies deeper.
     static int compareCharacteristic(Characteristic left, Characteristic right);
