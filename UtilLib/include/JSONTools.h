@@ -18,12 +18,13 @@ namespace Zovi::Util
 class KYRUTIL_API JSONTools
 {
 public:
-    /// Parses `text`. True, with the object in `out`, if it is a JSON object; false, with `out` as it was, for
-    /// anything else, an array included. Never throws.
+    /// Parses `text`. True, with the object in `out`, if it is a JSON object; false, with `out` as it was,
+    /// for anything else, an array included. Nesting deeper than 128 levels and numbers that fit neither a
+    /// 64-bit integer nor a double are refused, too. Never throws.
     static bool parseJSONString(const std::string& text, Poco::JSON::Object::Ptr& out);
 
-    /// True if `value` holds an object; then `*out`, unless `out` is null, points to it. The pointer is good as
-    /// long as the value is not changed. Otherwise `*out` stays as it was.
+    /// True if `value` holds an object; then `*out`, unless `out` is null, points to it. The pointer is good
+    /// as long as the value is not changed. Otherwise `*out` stays as it was.
     static bool testJsonObject(const Poco::Dynamic::Var& value, const Poco::JSON::Object** out = nullptr);
 
     /// The same for an array.

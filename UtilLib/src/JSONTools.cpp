@@ -1,0 +1,114 @@
+#include "JSONTools.h"
+
+#include <Poco/JSON/Parser.h>
+
+#include <string_view>
+#include <typeinfo>
+
+namespace Zovi::Util
+{
+
+namespace
+{
+
+// A null pointer counts as absent, as an empty value does.
+template <typename Json>
+const Json* find(const Poco::Dynamic::Var& value)
+{
+    const std::type_info& type = value.type();
+    if (type == typeid(typename Json::Ptr))
+        return value.extract<typename Json::Ptr>().get();
+    if (type == typeid(Json))
+        return &value.extract<Json>();
+    return nullptr;
+}
+
+template <typename Json>
+bool test(const Poco::Dynamic::Var& value, const Json** out)
+{
+    const Json* const found = find<Json>(value);
+    if (found && out)
+        *out = found;
+    return found != nullptr;
+}
+
+bool exceeds(std::string_view digits, std::string_view greatest)
+{
+    return digits.size() != greatest.size() ? digits.size() > greatest.size() : digits > greatest;
+}
+
+// True if `number`, as JSON writes it, is an integer that fits neither 64-bit type.
+bool isTooWide(std::string_view number)
+{
+    if (number.find_first_of(".eE") != std::string_view::npos)
+        return false;
+    if (number.front() == '-')
+        return exceeds(number.substr(1), "9223372036854775808");
+    return exceeds(number, "18446744073709551615");
+}
+
+std::size_t endOfString(std::string_view text, std::size_t openingQuote)
+{
+    std::size_t position = openingQuote + 1;
+    while (text[position] != '"')
+        position += text[position] == '\\' ? 2 : 1;
+    return position + 1;
+}
+
+// The parser reads some integers that are too wide as another number: they must not pass. `text` is known to
+// be JSON.
+bool hasTooWideInteger(std::string_view text)
+{
+    std::size_t position = 0;
+    while ((position = text.find_first_of("\"-0123456789", position)) != std::string_view::npos) {
+        if (text[position] == '"') {
+            position = endOfString(text, position);
+            continue;
+        }
+        const std::size_t end = text.find_first_not_of("+-.0123456789eE", position);
+        if (isTooWide(text.substr(position, end - position)))
+            return true;
+        position = end;
+    }
+    return false;
+}
+
+} // namespace
+
+bool JSONTools::parseJSONString(const std::string& text, Poco::JSON::Object::Ptr& out)
+{
+    try {
+        Poco::JSON::Parser parser;
+        const Poco::Dynamic::Var document = parser.parse(text);
+        if (document.type() != typeid(Poco::JSON::Object::Ptr) || hasTooWideInteger(text))
+            return false;
+        out = document.extract<Poco::JSON::Object::Ptr>();
+        return true;
+    } catch (...) {
+        // The text comes from outside: whatever is wrong with it, running out of memory included, it is no
+        // object.
+        return false;
+    }
+}
+
+bool JSONTools::testJsonObject(const Poco::Dynamic::Var& value, const Poco::JSON::Object** out)
+{
+    return test(value, out);
+}
+
+bool JSONTools::testJsonArray(const Poco::Dynamic::Var& value, const Poco::JSON::Array** out)
+{
+    return test(value, out);
+}
+
+const Poco::JSON::Object* JSONTools::extractJsonObject(const Poco::Dynamic::Var& value)
+{
+    return find<Poco::JSON::Object>(value);
+}
+
+const Poco::JSON::Array* JSONTools::extractJsonArray(const Poco::Dynamic::Var& value)
+{
+    return find<Poco::JSON::Array>(value);
+}
+
+} // namespace Zovi::Util
