@@ -36,9 +36,10 @@ Poco::Logger::Ptr findOrCreateLogger()
 
 Poco::Logger& Log::Logger()
 {
-    // The counted reference keeps the logger alive through Poco::Logger::shutdown().
-    static const Poco::Logger::Ptr logger = findOrCreateLogger();
-    return const_cast<Poco::Logger&>(*logger);
+    // The reference that is never given back keeps the logger alive through Poco::Logger::shutdown() and
+    // through the destructors of static objects, which may log.
+    static Poco::Logger& logger = *findOrCreateLogger().duplicate();
+    return logger;
 }
 
 bool Log::IsLogLevelActive(int priority)

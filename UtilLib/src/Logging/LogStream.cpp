@@ -1,5 +1,6 @@
 #include "Logging/LogStream.h"
 
+#include <locale>
 #include <string>
 
 namespace Logging
@@ -13,6 +14,21 @@ const std::string_view CUT_MARK = "... [cut]";
 bool isControl(unsigned char character)
 {
     return (character < 0x20 && character != '\t') || character == 0x7F;
+}
+
+// UTF-8 writes the control characters from U+0080 to U+009F, among them a line end, in two bytes of which
+// this is the first.
+const unsigned char FIRST_OF_CONTROL = 0xC2;
+
+bool isSecondOfControl(const std::string& text, unsigned char character)
+{
+    return character >= 0x80 && character <= 0x9F && !text.empty() &&
+           static_cast<unsigned char>(text.back()) == FIRST_OF_CONTROL;
+}
+
+bool isContinuation(unsigned char character)
+{
+    return (character & 0xC0U) == 0x80U;
 }
 
 void appendEscaped(std::string& record, unsigned char character)
@@ -48,13 +64,12 @@ public:
     {
         if (!m_hasText)
             return;
-        m_pendingLineFeed = false;
         if (m_isCut)
             m_record += CUT_MARK;
-        m_target.logger().log(Poco::Message(m_target.logger().name(), m_record, m_target.getPriority()));
-        m_record.clear();
-        m_isCut = false;
-        m_hasText = false;
+        const Poco::Message message(m_target.logger().name(), m_record, m_target.getPriority());
+        // Before the channel is called: if it throws, the record is not written again.
+        clear();
+        m_target.logger().log(message);
     }
 
 protected:
@@ -79,6 +94,14 @@ protected:
     }
 
 private:
+    void clear()
+    {
+        m_record.clear();
+        m_hasText = false;
+        m_pendingLineFeed = false;
+        m_isCut = false;
+    }
+
     // The line feed that ends a statement is no part of the text: it is held back until more follows.
     void put(unsigned char character)
     {
@@ -95,13 +118,28 @@ private:
         if (m_isCut)
             return;
         const std::size_t length = m_record.size();
-        if (isControl(character))
+        if (isSecondOfControl(m_record, character)) {
+            m_record.pop_back();
+            appendEscaped(m_record, FIRST_OF_CONTROL);
             appendEscaped(m_record, character);
-        else
+        } else if (isControl(character)) {
+            appendEscaped(m_record, character);
+        } else {
             m_record += static_cast<char>(character);
-        if (m_record.size() > MAX_RECORD_LENGTH) {
-            m_record.resize(length);
-            m_isCut = true;
+        }
+        if (m_record.size() > MAX_RECORD_LENGTH)
+            cut(length, character);
+    }
+
+    // Cuts before `character`, whose text began at `length`, and before the UTF-8 sequence that it belongs
+    // to.
+    void cut(std::size_t length, unsigned char character)
+    {
+        m_isCut = true;
+        m_record.resize(length);
+        for (int i = 0; i < 3 && isContinuation(character) && !m_record.empty(); ++i) {
+            character = static_cast<unsigned char>(m_record.back());
+            m_record.pop_back();
         }
     }
 
@@ -117,6 +155,8 @@ LogStream::LogStream(Poco::Logger& logger, Poco::Message::Priority priority)
     , m_record(std::make_unique<RecordBuffer>(*Poco::LogIOS::rdbuf()))
 {
     std::ostream::rdbuf(m_record.get());
+    // A number in a record reads the same whatever language the service speaks.
+    imbue(std::locale::classic());
 }
 
 LogStream::~LogStream()
