@@ -2,6 +2,7 @@
 
 #include "AccessibleStringStream.h"
 #include "HTTPEncoderDecoder.h"
+#include "JSONPrinter.h"
 #include "Logging/LogStream.h"
 
 #include <Poco/Exception.h>
@@ -42,7 +43,7 @@ std::ostream& operator<<(std::ostream& out, const PrintedHeaders& printed)
 void writeBody(std::ostream& out, const Poco::JSON::Object::Ptr& json, const std::string& text)
 {
     if (json)
-        json->stringify(out, 0, -1);
+        Util::JSONPrinter::print(*json, out);
     else
         out << text;
 }

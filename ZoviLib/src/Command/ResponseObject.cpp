@@ -1,5 +1,6 @@
 #include "Command/ResponseObject.h"
 
+#include "JSONPrinter.h"
 #include "JSONTools.h"
 #include "Timestamp.h"
 
@@ -17,9 +18,6 @@ namespace
 using Poco::Dynamic::Var;
 using Poco::JSON::Array;
 using Poco::JSON::Object;
-
-const int COMPACT_INDENT = 0;
-const int COMPACT_STEP = -1;
 
 template <typename Pointee>
 const Pointee& requireResponse(const Pointee* response)
@@ -232,7 +230,7 @@ void ResponseObject::copy(const Object* object)
 
 std::ostream& operator<<(std::ostream& out, const ResponseObject& response)
 {
-    response.getObject()->stringify(out, COMPACT_INDENT, COMPACT_STEP);
+    Util::JSONPrinter::print(*response.getObject(), out);
     return out;
 }
 
