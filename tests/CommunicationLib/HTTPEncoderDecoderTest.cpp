@@ -1,5 +1,6 @@
 #include "HTTPEncoderDecoder.h"
 
+#include "RandomSource.h"
 #include "ServerMessages.h"
 
 #include <Poco/DeflatingStream.h>
@@ -11,11 +12,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <limits>
 #include <memory>
 #include <optional>
-#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -26,6 +25,7 @@ namespace
 {
 
 using Poco::Net::HTTPResponse;
+using Test::RandomSource;
 using Test::ServerRequest;
 using Test::ServerResponse;
 using testing::StartsWith;
@@ -60,21 +60,11 @@ std::string decoded(const std::string& coding, const std::string& bytes)
     return text;
 }
 
-// The seed comes from outside when a failure is looked into, and is the same each time otherwise.
-std::mt19937 makeRandom()
-{
-    const char* const given = std::getenv("KYR_TEST_SEED");
-    const auto seed =
-        given ? static_cast<std::mt19937::result_type>(std::strtoul(given, nullptr, 10)) : 20240607U;
-    testing::Test::RecordProperty("seed", std::to_string(seed));
-    return std::mt19937(seed);
-}
-
-std::string randomBytes(std::mt19937& random, std::size_t length)
+std::string randomBytes(RandomSource& random, std::size_t length)
 {
     std::string bytes(length, '\0');
     for (char& byte : bytes)
-        byte = static_cast<char>(random() & 0xFFU);
+        byte = random.byte();
     return bytes;
 }
 
@@ -186,7 +176,7 @@ TEST(HTTPEncoderDecoder, ReadsTheNamesOfAllHeaderLines)
 
 TEST(HTTPEncoderDecoder, UndoesBodiesOfAnyLength)
 {
-    std::mt19937 random = makeRandom();
+    RandomSource random;
     std::vector<std::size_t> lengths = {0, 1, 2, 1000, 100000, 1000000};
     // random bytes grow a little when they are coded: around the pieces that are read at a time
     for (const std::size_t piece : {8192U, 16384U, 32768U}) {
@@ -246,7 +236,7 @@ TEST(HTTPEncoderDecoder, RefusesABodyThatIsCutAnywhere)
 
 TEST(HTTPEncoderDecoder, RefusesALongBodyThatIsCutAnywhere)
 {
-    std::mt19937 random = makeRandom();
+    RandomSource random;
     for (const std::string coding : {"gzip", "deflate"}) {
         const std::string whole = encoded(coding, randomBytes(random, 40000) + std::string(100000, 'x'));
         for (std::size_t length = 0; length < whole.size(); length += 37) {
@@ -289,14 +279,14 @@ TEST(HTTPEncoderDecoder, NeverTakesADamagedBodyForAnother)
 
 TEST(HTTPEncoderDecoder, RefusesRandomDamage)
 {
-    std::mt19937 random = makeRandom();
+    RandomSource random;
     const std::string text = randomBytes(random, 500) + std::string(40000, 'x') + randomBytes(random, 500);
     for (const std::string coding : {"gzip", "deflate"}) {
         const std::string whole = encoded(coding, text);
         for (int round = 0; round < 500; ++round) {
             std::string damaged = whole;
-            const std::size_t first = 10 + random() % (damaged.size() - 10);
-            damaged.replace(first, random() % 20, randomBytes(random, random() % 20));
+            const std::size_t first = 10 + random.below(damaged.size() - 10);
+            damaged.replace(first, random.below(20), randomBytes(random, random.below(20)));
             if (damaged == whole)
                 continue;
             EXPECT_THAT(refusal(coding, damaged), StartsWith("The " + coding + " body "))
@@ -322,7 +312,7 @@ TEST(HTTPEncoderDecoder, RefusesWhatFollowsACodedBody)
 
 TEST(HTTPEncoderDecoder, RefusesWhatIsInAnotherFormat)
 {
-    std::mt19937 random = makeRandom();
+    RandomSource random;
     const std::string rawDeflate = encoded("deflate", TEXT).substr(2);
     const std::string withDictionary("\x78\xbb\0\0\0\x01\x03\0\0\0\0\x01", 12);
     for (const std::string& body : {TEXT, rawDeflate, withDictionary, randomBytes(random, 1000)}) {
@@ -633,7 +623,7 @@ TEST(HTTPEncoderDecoder, NegotiatesOverAllHeaderLines)
 
 TEST(HTTPEncoderDecoder, CodesAnswersOfAnyLength)
 {
-    std::mt19937 random = makeRandom();
+    RandomSource random;
     for (const std::string coding : {"gzip", "deflate"}) {
         for (const std::size_t length : {1U, 2U, 1023U, 1024U, 1025U, 100000U, 3000000U}) {
             SCOPED_TRACE(coding + " of " + std::to_string(length));
