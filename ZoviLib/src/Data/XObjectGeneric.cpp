@@ -1,0 +1,8 @@
+#include "Data/XObjectGeneric.h"
+
+namespace Zovi::Data
+{
+
+template class GenericObject<XObjectBase>;
+
+} // namespace Zovi::Data
