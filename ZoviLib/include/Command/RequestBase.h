@@ -15,6 +15,13 @@
 namespace Zovi::Command
 {
 
+class AnyValueSearch;
+class AttributeValueSearch;
+
+/// The value searches of a request, in the order in which they came.
+using AnyValueSearchCollection = std::vector<Poco::SharedPtr<AnyValueSearch>>;
+using AttributeValueSearchCollection = std::vector<Poco::SharedPtr<AttributeValueSearch>>;
+
 /// A request: its address and the criteria that its query turned into.
 ///
 /// The constructors walk the query once. A parameter that is refused condemns the request: the address
@@ -36,6 +43,8 @@ public:
     using QueryCollectionMap = std::map<std::string, QueryCollection<Criterion>>;
 
     using RenderCollection = QueryCollection<RenderCriterion>;
+    using AnyValueSearchCollection = QueryCollection<AnyValueSearch>;
+    using AttributeValueSearchCollection = QueryCollection<AttributeValueSearch>;
     using RenderCriteriaMap = QueryCollectionMap<RenderCriterion>;
     using SearchCriteriaMap = QueryCollectionMap<SearchCriterion>;
 
@@ -61,6 +70,24 @@ public:
     bool hasAnyCriteria() const { return hasRenderCriteria() || hasSearchCriteria(); }
     bool hasRenderCriteria() const { return !renderCriteria.empty(); }
     bool hasSearchCriteria() const { return !searchCriteria.empty(); }
+
+    /// Whether there is a criterion of this kind: field selection, sorting, paging, expansion to a depth,
+    /// expansion of named fields, search in any value, search in one attribute.
+    bool hasFieldsCriteria() const;
+    bool hasSortbyCriteria() const;
+    bool hasPagingCriteria() const;
+    bool hasExpandCriteria() const;
+    bool hasPropertyExpandCriteria() const;
+    bool hasFreetextCriteria() const;
+    bool hasAttributeCriteria() const;
+
+    /// The depth that "$expand" asks for, 0 if it asks for none. Should several have been added, the first
+    /// counts and a warning is logged.
+    unsigned int getExpansionLevel() const;
+
+    /// Replaces `expands` by the fields that "$expand" names. False if it names none, and `expands` then
+    /// stays as it was.
+    bool getExpansionProperties(std::vector<std::string>& expands) const;
 
     /// Shares `criterion` with this request, behind those of the same type `T`. A null pointer is stored as
     /// one. Always true.
@@ -139,7 +166,11 @@ private:
 
     void initialize();
 
+    bool hasRenderCriterion(const std::type_info& type) const;
+    bool hasSearchCriterion(const std::type_info& type) const;
+
     // The dispatch, which knows the concrete criteria, stands in a source file of its own.
+    struct Dispatch;
     void dispatchParameter(const std::string& key, const std::string& value, PendingPaging& paging);
     void dispatchPaging(const PendingPaging& paging);
 

@@ -35,6 +35,16 @@ void RequestBase::initializeFromUri(const Poco::URI& uri)
     initialize();
 }
 
+bool RequestBase::hasRenderCriterion(const std::type_info& type) const
+{
+    return renderCriteria.find(type.name()) != renderCriteria.end();
+}
+
+bool RequestBase::hasSearchCriterion(const std::type_info& type) const
+{
+    return searchCriteria.find(type.name()) != searchCriteria.end();
+}
+
 void RequestBase::initialize()
 {
     renderCriteria.clear();
