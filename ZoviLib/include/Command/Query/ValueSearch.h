@@ -30,8 +30,8 @@ class WildcardPattern;
 /// pattern. Case always counts.
 ///
 /// Lists of plain characters and wildcards are matched in time proportional to the text. Any other pattern
-/// may ask for more steps or deeper nesting than is safe to give; matching then ends in a
-/// `Poco::RegularExpressionException`.
+/// may ask for more steps or deeper nesting than is safe to give, the sooner the longer the text; matching
+/// then ends in a `Poco::RegularExpressionException`, with less than 256 KiB of stack in use.
 ///
 /// Always valid: a pattern that does not compile leaves the constructor of the derived class by a
 /// `Poco::RegularExpressionException`. Any number of threads may match with one criterion.
@@ -83,13 +83,15 @@ protected:
     static Poco::RegularExpression* createRegEx(const std::string& searchValue);
     static Poco::RegularExpression* createRegEx(const std::vector<std::string>& queryValue);
 
-    /// Makes the whole list a pattern. Throws what `createRegEx` throws.
+    /// Makes the list a pattern; the constructor of a derived class calls this, if anybody. Throws what
+    /// `createRegEx` throws.
     void setPattern();
 
-    /// True once the list is a pattern, false while it is compared by plain equality.
-    bool hasPattern() const { return m_pattern || m_regEx; }
+    /// True if the list is a pattern, false if it is compared by plain equality.
+    bool hasPattern() const { return m_wildcards || m_regEx; }
 
-    /// The expression of a list that is a pattern; compiled at the first call if matching does not need it.
+    /// The expression of a list that is a pattern, compiled at the first call if matching does without it.
+    /// Not to be called without a pattern.
     const Poco::RegularExpression& compiledPattern() const;
 
     /// What `match(value converted to text)` gives or throws, without the text where it is not needed.
@@ -97,13 +99,22 @@ protected:
 
     std::string m_queryValue;
     std::vector<std::string> m_searchValues;
-    /// Null while the list is compared by plain equality, and while `m_pattern` does without it.
+    /// Null while the list is compared by plain equality, and while the list is a pattern that is matched
+    /// without an expression. `setPattern` alone sets it.
     mutable std::unique_ptr<Poco::RegularExpression> m_regEx;
 
 private:
-    /// Set if the list is a pattern made of plain characters and wildcards only.
-    std::unique_ptr<const WildcardPattern> m_pattern;
-    mutable std::once_flag m_regExCompiled;
+    const Poco::RegularExpression& longTextRegEx() const;
+
+    /// Set if the list is a pattern of plain characters and wildcards only.
+    std::unique_ptr<const WildcardPattern> m_wildcards;
+    /// The list with tighter limits, for long texts.
+    mutable std::unique_ptr<Poco::RegularExpression> m_longTextRegEx;
+    /// One of the two expressions at most is compiled late: the first for a list of wildcards, else the
+    /// second.
+    mutable std::once_flag m_compiledLate;
+    bool m_integersMayMatch = true;
+    bool m_floatsMayMatch = true;
 };
 
 /// The free-text search "$q": does any value of an item match? The list is always a pattern.
@@ -153,6 +164,10 @@ protected:
 
 private:
     bool matchPrimitive(const Poco::Dynamic::Var& value) const;
+    bool matchNumber(double number) const;
+
+    /// What the search values are as numbers; empty if the list is a pattern.
+    std::vector<double> m_searchNumbers;
 };
 
 } // namespace Zovi::Command

@@ -1,0 +1,332 @@
+#include "Command/Query/ValueSearch.h"
+
+#include "Command/UrlPath.h"
+#include "Data/AttributeValueBase.h"
+#include "Data/XObjectBase.h"
+#include "JSONTools.h"
+#include "Logging/LogStream.h"
+#include "NumberHelper.h"
+#include "StringHelper.h"
+#include "WildcardPattern.h"
+
+#include <Poco/Exception.h>
+#include <Poco/StringTokenizer.h>
+
+#include <algorithm>
+#include <string_view>
+#include <typeinfo>
+
+namespace Zovi::Command
+{
+
+namespace
+{
+
+using Data::AttributeValueBase;
+using Poco::Dynamic::Var;
+
+/// A matcher that recurses takes about 512 bytes of stack a level, on x86-64 and on 64-bit Arm alike: 150 KiB
+/// here, less than compiling the deepest nesting of parentheses takes anyway.
+const std::string RECURSION_LIMIT_VERB = "(*LIMIT_RECURSION=300)";
+
+/// A step may look at the whole rest of the text. Both limits keep hostile patterns below about a second, the
+/// second one on texts of a megabyte.
+const std::string SHORT_TEXT_LIMITS = "(*LIMIT_MATCH=50000)" + RECURSION_LIMIT_VERB;
+const std::string LONG_TEXT_LIMITS = "(*LIMIT_MATCH=1000)" + RECURSION_LIMIT_VERB;
+constexpr std::size_t SHORT_TEXT_LENGTH = 16 * 1024;
+
+/// Lists of wildcards up to this size always compile: each byte and each alternative takes less than eight
+/// bytes of the 64 KiB that an expression may take.
+constexpr std::size_t CERTAINLY_COMPILES = 8000;
+
+const std::string NOTHING_MATCHES = "(?!)";
+
+/// What the texts of numbers are made of, "inf" and "nan" included.
+constexpr std::string_view INTEGER_CHARACTERS = "-0123456789";
+constexpr std::string_view FLOAT_CHARACTERS = "-+.0123456789aefin";
+
+/// The value with each run of wildcards replaced, anchored at both ends. Nothing is escaped.
+std::string prepareRegEx(const std::string& value)
+{
+    const char wildcard = UrlPath::QUERY_WILDCARD.front();
+    std::string prepared = "^";
+    for (std::size_t i = 0; i != value.size(); ++i) {
+        if (value[i] != wildcard)
+            prepared += value[i];
+        else if (i == 0 || value[i - 1] != wildcard)
+            prepared += ".*";
+    }
+    return prepared += '$';
+}
+
+std::string prepareRegEx(const std::vector<std::string>& values)
+{
+    if (values.empty())
+        return NOTHING_MATCHES;
+    std::string alternatives;
+    for (const std::string& value : values)
+        alternatives += prepareRegEx(value) + '|';
+    alternatives.pop_back();
+    return alternatives;
+}
+
+/// A pattern that tries to set limits of its own cannot: such words count at the very start only.
+std::unique_ptr<Poco::RegularExpression> compile(const std::string& pattern, const std::string& limits)
+{
+    try {
+        return std::make_unique<Poco::RegularExpression>(limits + pattern, 0, true);
+    } catch (const Poco::RegularExpressionException&) {
+        // The text of the exception tells an offset, which is to be that in the pattern itself.
+        const Poco::RegularExpression patternAlone(pattern, 0, true);
+        throw;
+    }
+}
+
+bool hasWildcard(const std::string& value)
+{
+    return value.find(UrlPath::QUERY_WILDCARD) != std::string::npos ||
+           value.find(UrlPath::QUERY_WILDCARD_HTML) != std::string::npos;
+}
+
+bool isInteger(const std::type_info& type)
+{
+    return type == typeid(Poco::Int64) || type == typeid(Poco::Int32) || type == typeid(Poco::UInt64) ||
+           type == typeid(Poco::UInt32);
+}
+
+bool isFloat(const std::type_info& type)
+{
+    return type == typeid(double) || type == typeid(float);
+}
+
+bool isScalar(const Var& value)
+{
+    return value.isString() || value.isNumeric();
+}
+
+/// The line in the log comes first; the exception's text may differ from it.
+[[noreturn]] void refuse(const std::string& logged, const std::string& thrown)
+{
+    ZOVI_LOG_ERROR("Invalid argument: " << logged);
+    throw Poco::InvalidArgumentException(thrown);
+}
+
+using Elements = std::vector<const AttributeValueBase*>;
+
+const Data::XObjectBase& referencedObject(const AttributeValueBase& reference)
+{
+    static const std::string REFUSED = "Attribute value can not be converted to XObjectBase";
+    const Data::XObjectBase* object = nullptr;
+    if (!reference.convert(object) || !object)
+        refuse(REFUSED, REFUSED);
+    return *object;
+}
+
+} // namespace
+
+AbstractValueSearch::AbstractValueSearch(const std::string& value)
+    : m_queryValue(value)
+    , m_searchValues(splitValues(value))
+{
+    const auto anyConsistsOf = [this](std::string_view characters) {
+        return std::any_of(m_searchValues.begin(), m_searchValues.end(), [&](const std::string& text) {
+            return text.find_first_not_of(characters) == std::string::npos;
+        });
+    };
+    m_integersMayMatch = anyConsistsOf(INTEGER_CHARACTERS);
+    m_floatsMayMatch = anyConsistsOf(FLOAT_CHARACTERS);
+}
+
+AbstractValueSearch::~AbstractValueSearch() = default;
+
+std::vector<std::string> AbstractValueSearch::splitValues(const std::string& queryValue)
+{
+    const Poco::StringTokenizer tokens(
+        queryValue, ",", Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM);
+    return {tokens.begin(), tokens.end()};
+}
+
+Poco::RegularExpression* AbstractValueSearch::createRegEx(const std::string& searchValue)
+{
+    return compile(prepareRegEx(searchValue), SHORT_TEXT_LIMITS).release();
+}
+
+Poco::RegularExpression* AbstractValueSearch::createRegEx(const std::vector<std::string>& queryValue)
+{
+    return compile(prepareRegEx(queryValue), SHORT_TEXT_LIMITS).release();
+}
+
+void AbstractValueSearch::setPattern()
+{
+    m_wildcards = WildcardPattern::create(m_searchValues);
+    m_integersMayMatch = !m_wildcards || m_wildcards->mayMatchTextOf(INTEGER_CHARACTERS);
+    m_floatsMayMatch = !m_wildcards || m_wildcards->mayMatchTextOf(FLOAT_CHARACTERS);
+    // Also where matching does without it, an expression that is too large is refused.
+    if (!m_wildcards || m_wildcards->size() > CERTAINLY_COMPILES)
+        m_regEx.reset(createRegEx(m_searchValues));
+}
+
+const Poco::RegularExpression& AbstractValueSearch::compiledPattern() const
+{
+    if (m_wildcards) {
+        std::call_once(m_compiledLate, [this] {
+            if (!m_regEx)
+                m_regEx.reset(createRegEx(m_searchValues));
+        });
+    }
+    return *m_regEx;
+}
+
+const Poco::RegularExpression& AbstractValueSearch::longTextRegEx() const
+{
+    std::call_once(m_compiledLate,
+                   [this] { m_longTextRegEx = compile(prepareRegEx(m_searchValues), LONG_TEXT_LIMITS); });
+    return *m_longTextRegEx;
+}
+
+bool AbstractValueSearch::match(const std::string& value) const
+{
+    if (m_wildcards)
+        return m_wildcards->match(value);
+    if (m_regEx)
+        return (value.size() <= SHORT_TEXT_LENGTH ? *m_regEx : longTextRegEx()).match(value, 0);
+    return std::find(m_searchValues.begin(), m_searchValues.end(), value) != m_searchValues.end();
+}
+
+bool AbstractValueSearch::match(const Var& value) const
+{
+    return matchImpl(value, 0);
+}
+
+bool AbstractValueSearch::match(const AttributeValueBase& value) const
+{
+    return matchImpl(value, 0);
+}
+
+bool AbstractValueSearch::matchAsText(const Var& value) const
+{
+    const std::type_info& type = value.type();
+    if (type == typeid(std::string))
+        return match(value.extract<std::string>());
+    if ((!m_integersMayMatch && isInteger(type)) || (!m_floatsMayMatch && isFloat(type)))
+        return false;
+    return match(value.convert<std::string>());
+}
+
+AnyValueSearch::AnyValueSearch(const std::string& value)
+    : AbstractValueSearch(value)
+{
+    setPattern();
+}
+
+AnyValueSearch::~AnyValueSearch() = default;
+
+bool AnyValueSearch::matchImpl(const Var& value, int recursion) const
+{
+    if (recursion > RECURSION_LIMIT)
+        return false;
+    // Most values are scalars, and asking for those first is cheap.
+    if (isScalar(value))
+        return matchAsText(value);
+    if (const Poco::JSON::Object* object = Zovi::Util::JSONTools::extractJsonObject(value)) {
+        return std::any_of(object->begin(), object->end(),
+                           [&](const auto& member) { return matchImpl(member.second, recursion + 1); });
+    }
+    if (const Poco::JSON::Array* array = Zovi::Util::JSONTools::extractJsonArray(value)) {
+        return std::any_of(array->begin(), array->end(), [&](const Var& element) {
+            const bool isObject = Zovi::Util::JSONTools::testJsonObject(element);
+            return matchImpl(element, isObject ? recursion : recursion + 1);
+        });
+    }
+    return matchAsText(value);
+}
+
+bool AnyValueSearch::matchImpl(const AttributeValueBase& value, int recursion) const
+{
+    if (recursion > RECURSION_LIMIT)
+        return false;
+    if (value.isArray()) {
+        static const std::string REFUSED = "Unable to retrieve elements of array attribute";
+        Elements elements;
+        if (!value.convert(elements))
+            refuse(REFUSED, REFUSED);
+        return std::any_of(elements.begin(), elements.end(), [&](const AttributeValueBase* element) {
+            return element && matchImpl(*element, element->isXObjReference() ? recursion : recursion + 1);
+        });
+    }
+    if (value.isXObjReference()) {
+        const Data::AttributeMap attributes = referencedObject(value).getAttributes();
+        return std::any_of(attributes.begin(), attributes.end(), [&](const auto& entry) {
+            const AttributeValueBase* base = entry.second ? entry.second->getValueBase() : nullptr;
+            return base && matchImpl(*base, recursion + 1);
+        });
+    }
+    return matchImpl(value.asGeneric(), recursion);
+}
+
+AttributeValueSearch::AttributeValueSearch(const std::string& attrName, const std::string& attrValue)
+    : AbstractValueSearch(attrValue)
+    , m_attributeName(attrName)
+{
+    if (std::any_of(m_searchValues.begin(), m_searchValues.end(), hasWildcard)) {
+        setPattern();
+        return;
+    }
+    for (const std::string& text : m_searchValues)
+        m_searchNumbers.push_back(Zovi::Util::StringHelper::parseFloat<double>(text));
+}
+
+AttributeValueSearch::~AttributeValueSearch() = default;
+
+bool AttributeValueSearch::matchImpl(const Var& value, int recursion) const
+{
+    if (recursion > RECURSION_LIMIT)
+        return false;
+    if (isScalar(value))
+        return matchPrimitive(value);
+    if (const Poco::JSON::Object* object = Zovi::Util::JSONTools::extractJsonObject(value)) {
+        const std::string uuid = object->optValue<std::string>(Data::XObjectBase::KEY_ID, "");
+        return !uuid.empty() && match(uuid);
+    }
+    if (const Poco::JSON::Array* array = Zovi::Util::JSONTools::extractJsonArray(value)) {
+        return std::any_of(array->begin(), array->end(),
+                           [&](const Var& element) { return matchImpl(element, recursion + 1); });
+    }
+    return matchPrimitive(value);
+}
+
+bool AttributeValueSearch::matchImpl(const AttributeValueBase& value, int recursion) const
+{
+    if (recursion > RECURSION_LIMIT)
+        return false;
+    if (value.isArray()) {
+        Elements elements;
+        // Meant so: the two texts differ.
+        if (!value.convert(elements))
+            refuse("Attribute arrays need to implement Data::AttributeValueArrayBase interface",
+                   "Attribute array needs to implement data::AttributeValueArrayBase interface");
+        return std::any_of(elements.begin(), elements.end(), [&](const AttributeValueBase* element) {
+            return element && matchImpl(*element, recursion + 1);
+        });
+    }
+    if (value.isXObjReference())
+        return match(referencedObject(value).getId().toString());
+    return matchPrimitive(value.asGeneric());
+}
+
+/// Integers and booleans are texts here, and so is every number once the list is a pattern.
+bool AttributeValueSearch::matchPrimitive(const Var& value) const
+{
+    const bool isFloatingPoint = value.isNumeric() && !value.isInteger() && !value.isBoolean();
+    if (isFloatingPoint && !hasPattern())
+        return matchNumber(value.convert<double>());
+    return matchAsText(value);
+}
+
+bool AttributeValueSearch::matchNumber(double number) const
+{
+    return std::any_of(m_searchNumbers.begin(), m_searchNumbers.end(),
+                       [number](double wanted) { return Zovi::Util::eq(number, wanted); });
+}
+
+} // namespace Zovi::Command
