@@ -9,7 +9,7 @@
 #include <Logging/LogStream.h>
 #include <Poco/DeflatingStream.h>
 #include <Poco/Exception.h>
-#include <Poco/Net/HTTPMessage.h>
+#include <Poco/Net/NetException.h>
 
 #include <gmock/gmock.h>
 
@@ -498,6 +498,18 @@ TEST(HttpRequest, ThrowsWhereverABodyWithLengthIsCut)
             }
         }
         EXPECT_TRUE(receive(head + body, Reading::DECODED).made);
+    }
+}
+
+TEST(HttpRequest, SaysHowMuchOfACutBodyArrived)
+{
+    ServerRequest cut("POST", "/svc", "some te");
+    cut.setContentLength(9);
+    try {
+        const HttpRequest request(cut);
+        FAIL() << "nothing was thrown";
+    } catch (const Poco::Net::MessageException& failure) {
+        EXPECT_EQ(failure.message(), "Incomplete request body: 7 of 9 bytes arrived");
     }
 }
 

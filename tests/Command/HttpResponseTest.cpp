@@ -960,4 +960,16 @@ TEST(HttpResponse, AnnouncesNoCodingForAnEmptyAnswerAfterAFailureToPrint)
     EXPECT_EQ(answer.body, "");
 }
 
+TEST(HttpResponse, KeepsACodingThatTheServiceAnnouncedAfterAFailureToPrint)
+{
+    for (const char* coding : {"", "gzip"}) {
+        SCOPED_TRACE(coding);
+        Exchange<> exchange(coding);
+        exchange.response.set("Content-Encoding", "br");
+        EXPECT_THROW(unprintableResponse(100).send(exchange.response, exchange.coder, false),
+                     Poco::Exception);
+        EXPECT_EQ(exchange.response.get("Content-Encoding", "none"), "br");
+    }
+}
+
 } // namespace Zovi::Command

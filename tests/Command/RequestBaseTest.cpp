@@ -1,5 +1,7 @@
 #include "Command/RequestBase.h"
 
+#include "Command/Query/FilterParameter.h"
+#include "Command/Query/Paging.h"
 #include "LogCapture.h"
 #include "RequestBaseNamesakes.h"
 
@@ -9,6 +11,8 @@
 
 #include <string>
 #include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace Zovi::Command
 {
@@ -37,6 +41,7 @@ namespace
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
 using Zovi::Test::LogCapture;
 
 static_assert(std::has_virtual_destructor_v<RequestBase>);
@@ -132,6 +137,15 @@ RequestBase::QueryCollection<T> searchCriteriaOf(const RequestBase& request)
 {
     RequestBase::QueryCollection<T> result;
     request.extractSearchCriteria<T>(result);
+    return result;
+}
+
+/// The names of the first fields that the selections of `request` ask for, in the order of the selections.
+std::vector<std::string> selectedFields(const RequestBase& request)
+{
+    std::vector<std::string> result;
+    for (const auto& selection : renderCriteriaOf<FilterParameter>(request))
+        result.push_back(selection->getFields().at(0).getName());
     return result;
 }
 
@@ -531,6 +545,77 @@ TEST(RequestBase, StaysAsItWasWhenItStartsAnewWithAQueryThatCannotBeDecoded)
     EXPECT_EQ(request.getUri(), Poco::URI("/svc/res"));
     EXPECT_EQ(request.getUrlPath(), UrlPath("/svc/res"));
     EXPECT_THAT(renderCriteriaOf<RenderProbe>(request), ElementsAre(render));
+}
+
+TEST(RequestBase, TurnsItsQueryIntoCriteriaInUrlOrder)
+{
+    const RequestBase request = requestOf("/svc/res?$fields=b&$limit=5&$fields=a&$fields=c");
+    EXPECT_TRUE(request.getUrlPath().isValid());
+    EXPECT_THAT(selectedFields(request), ElementsAre("b", "a", "c"));
+    EXPECT_THAT(renderCriteriaOf<Paging>(request), SizeIs(1));
+    EXPECT_THAT(selectedFields(RequestBase(UrlPath("/svc?$fields=b&$fields=a"))), ElementsAre("b", "a"));
+    EXPECT_THAT(selectedFields(FrameProbe(std::string("/svc?$fields=b&$fields=a"))), ElementsAre("b", "a"));
+}
+
+TEST(RequestBase, KeepsTheCriteriaAroundABadParameterAndIsCondemned)
+{
+    for (const char* bad : {"$sortby=", "$expand=", "$offset=", "$limit="}) {
+        SCOPED_TRACE(bad);
+        LogCapture log;
+        const RequestBase request =
+            requestOf(std::string("/svc/res?$fields=a&") + bad + "&$fields=b&$limit=5");
+        EXPECT_EQ(request.getUrlPath().getCharacteristic(), UrlPath::INVALID);
+        EXPECT_THAT(selectedFields(request), ElementsAre("a", "b"));
+        EXPECT_THAT(renderCriteriaOf<Paging>(request), SizeIs(1))
+            << "paging is built behind the walk all the same";
+        EXPECT_THAT(log.texts(), IsEmpty());
+    }
+}
+
+TEST(RequestBase, WalksTheQueryOfAnInvalidAddressToo)
+{
+    UrlPath condemned("/svc/res?$fields=a&$limit=5");
+    condemned.setCharacteristicInvalid();
+    for (const RequestBase& request :
+         {RequestBase(condemned), requestOf("/svc/$foo?$fields=a&$limit=5"),
+          requestOf("/a/b/c/d?$fields=a&$limit=5"), requestOf("/svc/res/17?$fields=a&$limit=5")}) {
+        EXPECT_EQ(request.getUrlPath().getCharacteristic(), UrlPath::INVALID);
+        EXPECT_THAT(selectedFields(request), ElementsAre("a"));
+        EXPECT_THAT(renderCriteriaOf<Paging>(request), SizeIs(1));
+    }
+}
+
+TEST(RequestBase, BuildsNoCriteriaOfTheQueryOfAReservedAddress)
+{
+    expectNoCriteria(requestOf("/svc/id?a=1&$fields=x&$offset=1&$limit=5"));
+    expectNoCriteria(RequestBase(UrlPath("/svc/spec?a=1&$fields=x&$offset=1&$limit=5")));
+}
+
+TEST(RequestBase, SharesTheCriteriaOfItsQueryWithCopies)
+{
+    const RequestBase original = requestOf("/svc?$fields=a&$limit=5");
+    const RequestBase copy(original);
+    EXPECT_FALSE(copy.getFirstCriterion<Paging>().isNull());
+    EXPECT_EQ(copy.getFirstCriterion<Paging>(), original.getFirstCriterion<Paging>());
+    EXPECT_EQ(copy.getFirstCriterion<FilterParameter>(), original.getFirstCriterion<FilterParameter>());
+}
+
+TEST(RequestBase, BuildsItsCriteriaAnewOnlyForAnotherUri)
+{
+    FrameProbe request(Poco::URI("/svc?$fields=a&$limit=5"));
+    const Poco::SharedPtr<Paging> paging = request.getFirstCriterion<Paging>();
+    request.initializeFromUri(Poco::URI("/svc?$fields=a&$limit=5"));
+    EXPECT_EQ(request.getFirstCriterion<Paging>(), paging);
+    EXPECT_THAT(selectedFields(request), ElementsAre("a"));
+
+    request.initializeFromUri(Poco::URI("/svc?$fields=b"));
+    EXPECT_TRUE(request.getFirstCriterion<Paging>().isNull());
+    EXPECT_THAT(selectedFields(request), ElementsAre("b"));
+
+    request.initializeFromUri(Poco::URI("/svc?$sortby="));
+    EXPECT_FALSE(request.getUrlPath().isValid());
+    request.initializeFromUri(Poco::URI("/svc?$fields=b"));
+    EXPECT_TRUE(request.getUrlPath().isValid()) << "a new parse may be valid again";
 }
 
 } // namespace Zovi::Command

@@ -671,6 +671,14 @@ TEST(ResponseObject, IsEmptiedWhenItReplacesItsContentByItsOwn)
     EXPECT_EQ(text(other), "{}");
 }
 
+TEST(ResponseObject, ReplacesItsContentByAValueOfItsOwn)
+{
+    ResponseObject document(parseJson(R"({"a":{"b":[1]}})").extract<Object::Ptr>());
+    const Object* inner = document.getDataAsJsonObject().get();
+    document.copyObject(inner);
+    EXPECT_EQ(text(document), R"({"a":{"b":[1]}})") << "the value lives until it has been read";
+}
+
 TEST(ResponseObject, LetsDerivedClassesCopyWithoutRenewingTheTime)
 {
     ResponseObject source;
