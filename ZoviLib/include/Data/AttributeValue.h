@@ -23,28 +23,28 @@ namespace Detail
 {
 
 template <typename T, typename = void>
-struct IsOrdered : std::false_type {
+struct HasLess : std::false_type {
 };
 template <typename T>
-struct IsOrdered<T,
-                 std::enable_if_t<!std::is_base_of_v<AttributeValueBase, T>,
-                                  std::void_t<decltype(std::declval<const T&>() < std::declval<const T&>())>>>
+struct HasLess<T, std::void_t<decltype(std::declval<const T&>() < std::declval<const T&>())>>
     : std::true_type {
+};
+
+template <typename T, typename = void>
+struct IsOrdered : HasLess<T> {
 };
 template <>
 struct IsOrdered<Poco::URI> : std::true_type {
 };
-// Every value class has a less-than, which is good for as much as that of the held value.
+template <typename E>
+struct IsOrdered<std::vector<E>> : IsOrdered<E> {
+};
+// The less-than of a value class is good for as much as that of the held value.
 template <typename V>
 struct IsOrdered<
     V, std::enable_if_t<std::is_base_of_v<AttributeValueBase, V>, std::void_t<typename V::value_type>>>
-    : IsOrdered<typename V::value_type> {
+    : std::conjunction<HasLess<V>, IsOrdered<typename V::value_type>> {
 };
-
-template <typename T>
-inline constexpr bool isOrdered = IsOrdered<T>::value;
-template <typename E>
-inline constexpr bool isOrdered<std::vector<E>> = isOrdered<E>;
 
 template <typename T>
 bool isLess(const T& left, const T& right)
@@ -130,7 +130,7 @@ public:
 
     int compare(const AttributeValueBase& other) const override
     {
-        if constexpr (Detail::isOrdered<T>) {
+        if constexpr (Detail::IsOrdered<T>::value) {
             if (const auto* same = dynamic_cast<const this_type*>(&other)) {
                 if (Detail::isLess(m_value, same->m_value))
                     return -1;

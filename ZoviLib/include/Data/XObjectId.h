@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 
 namespace Zovi::Data
 {
@@ -11,5 +12,19 @@ using XObjectId = std::int64_t;
 
 /// Says that an object has no number, or an attribute no owner.
 inline constexpr XObjectId INVALID_XOBJ_ID = -1;
+
+namespace Detail
+{
+
+/// The number behind `id` in the circle of all numbers, from the largest on to the smallest, without the
+/// invalid one.
+constexpr XObjectId nextXObjectId(XObjectId id)
+{
+    using Limits = std::numeric_limits<XObjectId>;
+    const XObjectId next = id == Limits::max() ? Limits::min() : id + 1;
+    return next == INVALID_XOBJ_ID ? 0 : next;
+}
+
+} // namespace Detail
 
 } // namespace Zovi::Data

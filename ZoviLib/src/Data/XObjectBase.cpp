@@ -9,20 +9,6 @@
 namespace Zovi::Data
 {
 
-namespace
-{
-
-using Limits = std::numeric_limits<XObjectId>;
-
-/// The number behind `id`, in a circle through all numbers that leaves out the invalid one.
-XObjectId nextNumber(XObjectId id)
-{
-    const XObjectId next = id == Limits::max() ? Limits::min() : id + 1;
-    return next == INVALID_XOBJ_ID ? 0 : next;
-}
-
-} // namespace
-
 const std::string XObjectBase::KEY_NAME = "name";
 const std::string XObjectBase::KEY_ID = "id";
 const std::string XObjectBase::KEY_URI = "uri";
@@ -120,11 +106,11 @@ XObjectId XObjectBase::selectNextId()
 {
     static XObjectId lastId = 0;
     const std::lock_guard<std::mutex> lock(m_mtxKnownIds);
-    if (m_knownIds.size() == static_cast<std::size_t>(Limits::max()))
+    if (m_knownIds.size() == static_cast<std::size_t>(std::numeric_limits<std::int64_t>::max()))
         throw Poco::PoolOverflowException("XObject-ID limit reached");
     XObjectId candidate = lastId;
     while (m_knownIds.count(candidate) != 0)
-        candidate = nextNumber(candidate);
+        candidate = Detail::nextXObjectId(candidate);
     lastId = candidate;
     return candidate;
 }
