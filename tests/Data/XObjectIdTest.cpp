@@ -1,0 +1,30 @@
+#include "Data/XObjectId.h"
+
+#include <gmock/gmock.h>
+
+#include <type_traits>
+
+namespace Zovi::Data
+{
+
+namespace
+{
+
+static_assert(std::is_same_v<XObjectId, std::int64_t>);
+static_assert(INVALID_XOBJ_ID == -1);
+
+TEST(XObjectId, RunsThroughAllNumbersButTheInvalidOne)
+{
+    using Limits = std::numeric_limits<XObjectId>;
+    // Constant expressions, so that an overflow would not compile.
+    static_assert(Detail::nextXObjectId(0) == 1);
+    static_assert(Detail::nextXObjectId(Limits::max()) == Limits::min());
+    static_assert(Detail::nextXObjectId(Limits::min()) == Limits::min() + 1);
+    static_assert(Detail::nextXObjectId(-3) == -2);
+    static_assert(Detail::nextXObjectId(-2) == 0);
+    EXPECT_EQ(Detail::nextXObjectId(Limits::max() - 1), Limits::max());
+}
+
+} // namespace
+
+} // namespace Zovi::Data
