@@ -1,0 +1,95 @@
+#pragma once
+
+#include "Command/HttpResponse.h"
+#include "ServiceKit/ServiceTree.h"
+
+#include <Poco/Net/HTTPRequestHandler.h>
+#include <Poco/Net/HTTPRequestHandlerFactory.h>
+#include <Poco/Net/HTTPServerRequest.h>
+#include <Poco/Net/HTTPServerResponse.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Zovi::ServiceKit
+{
+
+/// What an exchange accepts.
+struct ExchangeOptions {
+    /// Longest URL of a request in bytes; a longer one is refused with 414.
+    std::size_t maxUrlLength = 8 * 1024;
+
+    /// Longest body in bytes, as it comes and after its content coding is undone; a longer one is refused
+    /// with 413.
+    std::uint64_t maxBodyLength = 1024 * 1024;
+
+    /// Host names, without a port, under which the service is known beside "localhost" and the numeric
+    /// address that the client has connected to. A request for any other host is refused with 421: a page of
+    /// a stranger cannot reach the service by a name that it lets point here. Case does not count.
+    std::vector<std::string> hostNames;
+
+    /// Origins beside the service's own whose pages may write, as a browser tells them:
+    /// "https://panel.example". A write from any other origin is refused with 403.
+    std::vector<std::string> origins;
+};
+
+/// Walks one HTTP exchange from the request to its answer; whatever goes wrong, the answer is a response
+/// document.
+///
+/// | Status | When |
+/// | --- | --- |
+/// | 400 | no usable "Host", a malformed message, URL, query or body |
+/// | 403 | a write from a foreign "Origin" |
+/// | 404 | a malformed address, or nothing there |
+/// | 405 | a known method that the address does not support; "Allow" tells which it does |
+/// | 408 | the request did not arrive in time |
+/// | 411 | a body without a length and without chunks |
+/// | 413, 414 | a body, a URL over its limit |
+/// | 415 | an unknown content coding |
+/// | 421 | a "Host" of somebody else |
+/// | 500 | an exception, which is logged and not told |
+/// | 501 | an unknown method or transfer coding |
+///
+/// A handler serves one exchange. When a body is left unread, the connection is closed behind the answer,
+/// since the rest of the body would be taken for the next request.
+class ExchangeHandler : public Poco::Net::HTTPRequestHandler
+{
+public:
+    /// Both must outlive the handler.
+    ExchangeHandler(const ServiceTree& tree, const ExchangeOptions& options);
+
+    /// Never throws on account of the request or the tree. What the connection throws while the answer is
+    /// being sent goes to the caller.
+    void handleRequest(Poco::Net::HTTPServerRequest& request,
+                       Poco::Net::HTTPServerResponse& response) override;
+
+private:
+    Command::HttpResponse answerOrRefuse(Poco::Net::HTTPServerRequest& request,
+                                         Poco::Net::HTTPServerResponse& response);
+    Command::HttpResponse answer(Poco::Net::HTTPServerRequest& request,
+                                 Poco::Net::HTTPServerResponse& response);
+    void checkMethod(const Command::UrlPath& path, MethodSet::Method method) const;
+    Command::HttpResponse fulfil(const Command::HttpRequest& request) const;
+
+    const ServiceTree& m_tree;
+    const ExchangeOptions& m_options;
+    bool m_hasUnreadBody = true;
+};
+
+/// Makes an `ExchangeHandler` for each request. Shares the tree, copies the options.
+class ExchangeHandlerFactory : public Poco::Net::HTTPRequestHandlerFactory
+{
+public:
+    ExchangeHandlerFactory(std::shared_ptr<const ServiceTree> tree, const ExchangeOptions& options);
+
+    Poco::Net::HTTPRequestHandler* createRequestHandler(const Poco::Net::HTTPServerRequest& request) override;
+
+private:
+    std::shared_ptr<const ServiceTree> m_tree;
+    ExchangeOptions m_options;
+};
+
+} // namespace Zovi::ServiceKit

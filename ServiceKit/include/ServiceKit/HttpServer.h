@@ -1,0 +1,85 @@
+#pragma once
+
+#include "ServiceKit/ExchangeHandler.h"
+
+#include <Poco/Net/SocketAddress.h>
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace Zovi::ServiceKit
+{
+
+/// How a server listens, and what it grants to its clients. The defaults suit a small device.
+struct ServerOptions {
+    /// The numeric IP address or host name to listen on.
+    std::string listenAddress = "127.0.0.1";
+
+    /// The TCP port; 0 takes any free one.
+    std::uint16_t port = 0;
+
+    /// Connections that are served at once, and that wait for their turn; further ones are closed.
+    int maxConnections = 64;
+    int maxQueuedConnections = 64;
+
+    /// From the first byte of a request to the last of its body; past it 408.
+    std::chrono::milliseconds requestTimeout{10'000};
+
+    /// From the first byte of an answer to its last; past it the connection is closed.
+    std::chrono::milliseconds answerTimeout{30'000};
+
+    /// How long a connection may stand idle before its first request and between two.
+    std::chrono::milliseconds idleTimeout{5'000};
+
+    /// Requests on one connection; after them it is closed.
+    int maxRequestsPerConnection = 1000;
+
+    /// How long `stop` lets exchanges that are under way come to their end.
+    std::chrono::milliseconds stopTimeout{1'000};
+
+    ExchangeOptions exchange;
+};
+
+/// Serves a tree over HTTP.
+///
+///     auto tree = std::make_shared<ServiceTree>(rootId);
+///     tree->add(myService);
+///     HttpServer server(tree, options);
+///     server.start();
+///
+/// Its threads are its own. `start` and `stop` are called by one thread.
+class HttpServer
+{
+public:
+    /// Shares `tree`, which is not changed any more. Listens on nothing yet.
+    HttpServer(std::shared_ptr<const ServiceTree> tree, const ServerOptions& options);
+
+    /// Stops the server.
+    ~HttpServer();
+
+    HttpServer(const HttpServer&) = delete;
+    HttpServer& operator=(const HttpServer&) = delete;
+
+    /// Listens and serves from now on. Throws what Poco throws, a `Poco::Net::NetException` as a rule, if the
+    /// address is not known, not permitted or in use; the server is then as it was before. Called once.
+    void start();
+
+    /// Takes no more connections, closes the idle ones, waits for the exchanges under way and breaks off
+    /// those that take longer than `stopTimeout`. Returns when no thread of the server runs any more. Calling
+    /// it again does nothing.
+    void stop();
+
+    /// Where it listens, with the real port. Throws `Poco::InvalidAccessException` if it does not.
+    Poco::Net::SocketAddress address() const;
+
+private:
+    class Running;
+
+    std::shared_ptr<const ServiceTree> m_tree;
+    ServerOptions m_options;
+    std::unique_ptr<Running> m_running;
+};
+
+} // namespace Zovi::ServiceKit

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <Poco/JSON/Object.h>
+#include <Poco/UUID.h>
+
+#include <string>
+
+namespace Zovi::ServiceKit
+{
+
+/// The UUID (version 5) of the thing that is called `name` within `space`: the same two always give the same
+/// UUID, on every machine. Any thread may call this.
+Poco::UUID nameBasedId(const Poco::UUID& space, const std::string& name);
+
+/// Who an addressable thing is: what the three fields of a reference object say. A plain value.
+struct Reference {
+    Poco::UUID id;
+    std::string name;
+    std::string uri; ///< the path of its address, "/" for the root
+
+    /// A service of the root, or a resource of a service: its id is made of this one's id and `childName`.
+    Reference child(const std::string& childName) const;
+
+    /// An element of the resource that this is. Elements are addressed by their id, not by their name.
+    Reference element(const Poco::UUID& elementId, const std::string& elementName) const;
+
+    /// A new object {"id","name","uri"}, for the caller to add to. A name that is no UTF-8 is made valid.
+    Poco::JSON::Object::Ptr toJson() const;
+};
+
+/// The root of a tree of services whose ids follow from `rootId`.
+Reference rootReference(const Poco::UUID& rootId);
+
+} // namespace Zovi::ServiceKit

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "Command/UrlPath.h"
+#include "ServiceKit/Reference.h"
+#include "ServiceKit/Resource.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Zovi::ServiceKit
+{
+
+/// A service: a name, a description, and its resources.
+class Service
+{
+public:
+    /// `reference` is as a rule the `child` of the tree's root. Throws `Poco::InvalidArgumentException` if
+    /// the name cannot stand in an address.
+    Service(const Reference& reference, const std::string& description);
+
+    const Reference& reference() const { return m_reference; }
+    const std::string& description() const { return m_description; }
+
+    /// Shares `resource`. Throws `Poco::InvalidArgumentException` if its name cannot be addressed (it is no
+    /// segment of an address, or one of the reserved words) or is taken. Letters of either case are the same.
+    void add(const std::shared_ptr<Resource>& resource);
+
+    /// In the order in which they were added.
+    const std::vector<std::shared_ptr<Resource>>& resources() const { return m_resources; }
+
+private:
+    Reference m_reference;
+    std::string m_description;
+    std::vector<std::shared_ptr<Resource>> m_resources;
+};
+
+/// All that one process offers: a root and its services.
+///
+/// It is filled before the server starts and only read from then on.
+class ServiceTree
+{
+public:
+    /// Services take `root().child(name)` as their reference, so that their ids follow from `rootId`.
+    explicit ServiceTree(const Poco::UUID& rootId);
+
+    const Reference& root() const { return m_root; }
+
+    /// Shares `service`. Throws `Poco::InvalidArgumentException` if its name is taken.
+    void add(const std::shared_ptr<const Service>& service);
+
+    /// In the order in which they were added.
+    const std::vector<std::shared_ptr<const Service>>& services() const { return m_services; }
+
+    /// The service or the resource that `path` names; case does not count. They throw `RequestError` with
+    /// status 404 if there is none. The "spec" and the "accessrights" of a service are no resources.
+    const Service& serviceAt(const Command::UrlPath& path) const;
+    Resource& resourceAt(const Command::UrlPath& path) const;
+
+    /// What may be done at `path`, which is valid. Throws as above if nothing is there; whether an element
+    /// exists is not asked.
+    MethodSet methodsAt(const Command::UrlPath& path) const;
+
+private:
+    Reference m_root;
+    std::vector<std::shared_ptr<const Service>> m_services;
+};
+
+/// True if `path` is the access rights of a service.
+bool isAccessRights(const Command::UrlPath& path);
+
+} // namespace Zovi::ServiceKit

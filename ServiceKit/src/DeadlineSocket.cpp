@@ -1,0 +1,66 @@
+#include "DeadlineSocket.h"
+
+#include <Poco/Exception.h>
+#include <Poco/Timespan.h>
+
+#include <sys/socket.h>
+
+#include <algorithm>
+
+namespace Zovi::ServiceKit
+{
+
+DeadlineSocket::DeadlineSocket(Poco::Net::SocketImpl* connection, Duration requestTimeout,
+                               Duration answerTimeout)
+    : StreamSocketImpl(connection->sockfd())
+    , m_connection(connection, true)
+    , m_requestTimeout(requestTimeout)
+    , m_answerTimeout(answerTimeout)
+{
+    beginExchange();
+}
+
+DeadlineSocket::~DeadlineSocket()
+{
+    // The descriptor belongs to the shared connection.
+    reset();
+}
+
+void DeadlineSocket::beginExchange()
+{
+    m_requestDeadline = Clock::now() + m_requestTimeout;
+    m_answerDeadline.reset();
+}
+
+void DeadlineSocket::close()
+{
+    reset();
+}
+
+int DeadlineSocket::receiveBytes(void* buffer, int length, int flags)
+{
+    waitFor(SELECT_READ, m_requestDeadline);
+    return StreamSocketImpl::receiveBytes(buffer, length, flags);
+}
+
+int DeadlineSocket::sendBytes(const void* buffer, int length, int flags)
+{
+    if (!m_answerDeadline)
+        m_answerDeadline = Clock::now() + m_answerTimeout;
+    const char* bytes = static_cast<const char*>(buffer);
+    int sent = 0;
+    while (sent < length) {
+        waitFor(SELECT_WRITE, *m_answerDeadline);
+        sent += SocketImpl::sendBytes(bytes + sent, length - sent, flags | MSG_DONTWAIT | MSG_NOSIGNAL);
+    }
+    return sent;
+}
+
+void DeadlineSocket::waitFor(int mode, Clock::time_point deadline)
+{
+    const auto left = std::chrono::duration_cast<std::chrono::microseconds>(deadline - Clock::now());
+    if (!poll(Poco::Timespan(std::max<std::chrono::microseconds::rep>(left.count(), 0)), mode))
+        throw Poco::TimeoutException("The exchange takes too long");
+}
+
+} // namespace Zovi::ServiceKit

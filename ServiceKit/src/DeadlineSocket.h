@@ -1,0 +1,52 @@
+#pragma once
+
+#include <Poco/AutoPtr.h>
+#include <Poco/Net/StreamSocketImpl.h>
+
+#include <chrono>
+#include <optional>
+
+namespace Zovi::ServiceKit
+{
+
+/// A connection on which a whole exchange has a time limit, and not only each single read or write: who sends
+/// or takes a byte at a time gains nothing by it.
+///
+/// It shares the connection that it is made from, which stays open as long as anybody else holds it.
+class DeadlineSocket : public Poco::Net::StreamSocketImpl
+{
+public:
+    using Duration = std::chrono::milliseconds;
+
+    /// `requestTimeout` runs from `beginExchange`, `answerTimeout` from the first byte sent after that.
+    DeadlineSocket(Poco::Net::SocketImpl* connection, Duration requestTimeout, Duration answerTimeout);
+
+    void beginExchange();
+
+    /// Lets go of the connection. It is closed by whoever holds it last, never twice, and never while
+    /// somebody else may still use its descriptor.
+    void close() override;
+
+    /// These throw `Poco::TimeoutException` when the time is over.
+    int receiveBytes(void* buffer, int length, int flags) override;
+    int sendBytes(const void* buffer, int length, int flags) override;
+
+    using StreamSocketImpl::receiveBytes;
+    using StreamSocketImpl::sendBytes;
+
+protected:
+    ~DeadlineSocket() override;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    void waitFor(int mode, Clock::time_point deadline);
+
+    Poco::AutoPtr<Poco::Net::SocketImpl> m_connection;
+    Duration m_requestTimeout;
+    Duration m_answerTimeout;
+    Clock::time_point m_requestDeadline;
+    std::optional<Clock::time_point> m_answerDeadline;
+};
+
+} // namespace Zovi::ServiceKit

@@ -1,0 +1,193 @@
+#include "ServiceKit/ExchangeHandler.h"
+
+#include "Command/HttpRequest.h"
+#include "HTTPEncoderDecoder.h"
+#include "Logging/LogStream.h"
+#include "RequestChecks.h"
+#include "ServiceKit/RequestError.h"
+#include "ServiceKit/Text.h"
+#include "ServiceKit/TreeReader.h"
+
+#include <Poco/Exception.h>
+#include <Poco/Net/HTTPRequest.h>
+#include <Poco/Net/NetException.h>
+
+#include <exception>
+#include <utility>
+
+namespace Zovi::ServiceKit
+{
+
+namespace
+{
+
+using Command::HttpRequest;
+using Command::HttpResponse;
+using Command::HTTPStatus;
+using Command::UrlPath;
+using Poco::Net::HTTPRequest;
+using Poco::Net::HTTPServerRequest;
+using Poco::Net::HTTPServerResponse;
+
+MethodSet::Method methodOf(const HTTPServerRequest& request)
+{
+    static const std::pair<std::string, MethodSet::Method> METHODS[] = {
+        {HTTPRequest::HTTP_GET, MethodSet::Method::GET},
+        {HTTPRequest::HTTP_HEAD, MethodSet::Method::HEAD},
+        {HTTPRequest::HTTP_POST, MethodSet::Method::POST},
+        {HTTPRequest::HTTP_PUT, MethodSet::Method::PUT},
+        {HTTPRequest::HTTP_DELETE, MethodSet::Method::DELETE},
+    };
+    for (const auto& [name, method] : METHODS) {
+        if (request.getMethod() == name)
+            return method;
+    }
+    throw RequestError(HTTPStatus::HTTP_NOT_IMPLEMENTED, "unknown method " + inQuotes(request.getMethod()));
+}
+
+/// Turns what the constructor of the request throws, which is about the body or a criterion, into a refusal.
+std::unique_ptr<HttpRequest> readRequest(HTTPServerRequest& request, Net::HTTPEncoderDecoder& decoder)
+{
+    try {
+        return std::make_unique<HttpRequest>(request, decoder);
+    } catch (const Poco::NotImplementedException& failure) {
+        throw RequestError(HTTPStatus::HTTP_UNSUPPORTED_MEDIA_TYPE, toValidUtf8(failure.message()));
+    } catch (const Net::ContentTooLargeException& failure) {
+        throw RequestError(HTTPStatus::HTTP_REQUEST_ENTITY_TOO_LARGE, failure.message());
+    } catch (const Poco::TimeoutException&) {
+        throw RequestError(HTTPStatus::HTTP_REQUEST_TIMEOUT, "the body did not arrive in time");
+    } catch (const Poco::DataFormatException& failure) {
+        throw RequestError(HTTPStatus::HTTP_BAD_REQUEST, "damaged body: " + failure.message());
+    } catch (const Poco::Net::MessageException& failure) {
+        throw RequestError(HTTPStatus::HTTP_BAD_REQUEST, "damaged body: " + failure.message());
+    }
+}
+
+void checkQuery(const HttpRequest& request)
+{
+    const UrlPath& path = request.getUrlPath();
+    if (path.isValid())
+        return;
+    const std::string query = inQuotes(path.getUri().getRawQuery());
+    const bool takesNone = UrlPath(Poco::URI(path.getUri().getPath())).isReservedKeyword();
+    throw RequestError(HTTPStatus::HTTP_BAD_REQUEST,
+                       (takesNone ? "this address takes no query: " : "malformed query: ") + query);
+}
+
+HttpResponse internalError(const HTTPServerRequest& request, const std::string& reason)
+{
+    ZOVI_LOG_ERROR("Request failed: " << request.getMethod() << " " << request.getURI() << ": " << reason);
+    return HttpResponse::createError(HTTPStatus::HTTP_INTERNAL_SERVER_ERROR, "");
+}
+
+/// Called inside a handler of an exception that nobody foresaw.
+HttpResponse describeUnforeseen(const HTTPServerRequest& request)
+{
+    try {
+        throw;
+    } catch (const Poco::Exception& failure) {
+        return internalError(request, failure.displayText());
+    } catch (const std::exception& failure) {
+        return internalError(request, failure.what());
+    } catch (...) {
+        return internalError(request, "unknown exception");
+    }
+}
+
+void send(const HttpResponse& answer, const HTTPServerRequest& request, HTTPServerResponse& response)
+{
+    Net::HTTPEncoderDecoder coder(request, response);
+    answer.send(response, coder, request.getMethod() == HTTPRequest::HTTP_HEAD);
+}
+
+/// A document that cannot be printed is found out only now.
+void sendOrReport(const HttpResponse& answer, const HTTPServerRequest& request, HTTPServerResponse& response)
+{
+    try {
+        send(answer, request, response);
+    } catch (...) {
+        if (response.sent())
+            throw;
+        response.erase("Content-Encoding");
+        send(describeUnforeseen(request), request, response);
+    }
+}
+
+} // namespace
+
+ExchangeHandler::ExchangeHandler(const ServiceTree& tree, const ExchangeOptions& options)
+    : m_tree(tree)
+    , m_options(options)
+{
+}
+
+void ExchangeHandler::handleRequest(HTTPServerRequest& request, HTTPServerResponse& response)
+{
+    response.set("X-Content-Type-Options", "nosniff");
+    const HttpResponse answer = answerOrRefuse(request, response);
+    if (m_hasUnreadBody)
+        response.setKeepAlive(false);
+    sendOrReport(answer, request, response);
+}
+
+HttpResponse ExchangeHandler::answerOrRefuse(HTTPServerRequest& request, HTTPServerResponse& response)
+{
+    try {
+        return answer(request, response);
+    } catch (const MethodNotAllowed& refusal) {
+        response.set("Allow", refusal.allowed());
+        return refusal.toResponse();
+    } catch (const RequestError& refusal) {
+        return refusal.toResponse();
+    } catch (...) {
+        return describeUnforeseen(request);
+    }
+}
+
+HttpResponse ExchangeHandler::answer(HTTPServerRequest& request, HTTPServerResponse& response)
+{
+    checkHead(request);
+    m_hasUnreadBody = mayHaveBody(request);
+    checkHost(request, m_options);
+    const MethodSet::Method method = methodOf(request);
+    checkOrigin(request, m_options);
+    checkMethod(checkAddress(request, m_options), method);
+    checkBodyLength(request, m_options);
+
+    Net::HTTPEncoderDecoder decoder(request, response);
+    decoder.setInputLimit(m_options.maxBodyLength);
+    const std::unique_ptr<HttpRequest> httpRequest = readRequest(request, decoder);
+    m_hasUnreadBody = false;
+    checkQuery(*httpRequest);
+    return fulfil(*httpRequest);
+}
+
+void ExchangeHandler::checkMethod(const UrlPath& path, MethodSet::Method method) const
+{
+    const MethodSet allowed = m_tree.methodsAt(path);
+    if (allowed.contains(method))
+        return;
+    const std::string header = allowed.toHeader();
+    throw MethodNotAllowed(inQuotes(path.getUri().getPath()) + " allows only " + header, header);
+}
+
+HttpResponse ExchangeHandler::fulfil(const HttpRequest& request) const
+{
+    if (MethodSet::readOnly().contains(request.getType()))
+        return TreeReader(m_tree).read(request);
+    return m_tree.resourceAt(request.getUrlPath()).write(request);
+}
+
+ExchangeHandlerFactory::ExchangeHandlerFactory(std::shared_ptr<const ServiceTree> tree,
+                                               const ExchangeOptions& options)
+    : m_tree(std::move(tree))
+    , m_options(options)
+{
+}
+
+Poco::Net::HTTPRequestHandler* ExchangeHandlerFactory::createRequestHandler(const HTTPServerRequest&)
+{
+    return new ExchangeHandler(*m_tree, m_options);
+}
+
+} // namespace Zovi::ServiceKit

@@ -1,0 +1,126 @@
+#include "ServiceKit/HttpServer.h"
+
+#include "Connection.h"
+
+#include <Poco/Exception.h>
+#include <Poco/Net/ServerSocket.h>
+#include <Poco/Net/TCPServer.h>
+#include <Poco/ThreadPool.h>
+#include <Poco/Timespan.h>
+
+#include <utility>
+
+namespace Zovi::ServiceKit
+{
+
+namespace
+{
+
+Poco::Timespan toTimespan(std::chrono::milliseconds time)
+{
+    return Poco::Timespan(std::chrono::microseconds(time).count());
+}
+
+Poco::Net::HTTPServerParams::Ptr makeParams(const ServerOptions& options)
+{
+    Poco::Net::HTTPServerParams::Ptr params = new Poco::Net::HTTPServerParams;
+    params->setMaxThreads(options.maxConnections);
+    params->setMaxQueued(options.maxQueuedConnections);
+    // A thread that is about to wait for its next connection when the server stops may miss the call to end,
+    // and then waits for that long.
+    params->setThreadIdleTime(Poco::Timespan(0, 200'000));
+    params->setTimeout(toTimespan(options.idleTimeout));
+    params->setKeepAliveTimeout(toTimespan(options.idleTimeout));
+    params->setMaxKeepAliveRequests(options.maxRequestsPerConnection);
+    return params;
+}
+
+/// The port is not shared: a second server on it must find out.
+Poco::Net::ServerSocket listenOn(const ServerOptions& options)
+{
+    const Poco::Net::SocketAddress address(options.listenAddress, options.port);
+    Poco::Net::ServerSocket socket;
+    socket.bind(address, true, false);
+    socket.listen(options.maxQueuedConnections);
+    return socket;
+}
+
+class ConnectionFactory : public Poco::Net::TCPServerConnectionFactory
+{
+public:
+    explicit ConnectionFactory(ServerContext& context)
+        : m_context(context)
+    {
+    }
+
+    Poco::Net::TCPServerConnection* createConnection(const Poco::Net::StreamSocket& socket) override
+    {
+        return new Connection(socket, m_context);
+    }
+
+private:
+    ServerContext& m_context;
+};
+
+} // namespace
+
+/// What exists between start and stop. The members end in the reverse of the order in which they stand.
+class HttpServer::Running
+{
+public:
+    Running(const std::shared_ptr<const ServiceTree>& tree, const ServerOptions& options)
+        : m_context{options, makeParams(options), new ExchangeHandlerFactory(tree, options.exchange), {}}
+        , m_socket(listenOn(options))
+        , m_threads(1, options.maxConnections)
+        , m_server(new ConnectionFactory(m_context), m_threads, m_socket, m_context.params)
+    {
+        m_server.start();
+    }
+
+    ~Running()
+    {
+        m_context.connections.stop();
+        m_server.stop();
+        if (!m_context.connections.waitUntilClosed(m_context.options.stopTimeout))
+            m_context.connections.breakOff();
+        m_threads.joinAll();
+    }
+
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+
+    Poco::Net::SocketAddress address() const { return m_socket.address(); }
+
+private:
+    ServerContext m_context;
+    Poco::Net::ServerSocket m_socket;
+    Poco::ThreadPool m_threads;
+    Poco::Net::TCPServer m_server;
+};
+
+HttpServer::HttpServer(std::shared_ptr<const ServiceTree> tree, const ServerOptions& options)
+    : m_tree(std::move(tree))
+    , m_options(options)
+{
+}
+
+HttpServer::~HttpServer() = default;
+
+void HttpServer::start()
+{
+    m_running = std::make_unique<Running>(m_tree, m_options);
+}
+
+void HttpServer::stop()
+{
+    m_running.reset();
+}
+
+Poco::Net::SocketAddress HttpServer::address() const
+{
+    if (!m_running)
+        throw Poco::InvalidAccessException("The server does not listen");
+    return m_running->address();
+}
+
+} // namespace Zovi::ServiceKit

@@ -1,0 +1,127 @@
+#include "ServiceKit/ServiceTree.h"
+
+#include "ServiceKit/RequestError.h"
+#include "ServiceKit/Text.h"
+
+#include <Poco/Exception.h>
+#include <Poco/String.h>
+#include <Poco/URI.h>
+
+#include <algorithm>
+
+namespace Zovi::ServiceKit
+{
+
+namespace
+{
+
+using Command::UrlPath;
+
+/// The parser of addresses itself decides what may be a name.
+bool isAddress(const std::string& uri, UrlPath::Characteristic expected)
+{
+    Poco::URI address;
+    address.setPath(uri);
+    const UrlPath path(address);
+    return path.getCharacteristic() == expected && !isAccessRights(path);
+}
+
+void requireAddress(const Reference& reference, UrlPath::Characteristic expected)
+{
+    if (!isAddress(reference.uri, expected))
+        throw Poco::InvalidArgumentException("Not usable as an address: " + inQuotes(reference.uri));
+}
+
+[[noreturn]] void refuseAsAbsent(const std::string& message)
+{
+    throw RequestError(Command::HTTPStatus::HTTP_NOT_FOUND, message);
+}
+
+template <typename Node>
+void requireUnused(const std::vector<std::shared_ptr<Node>>& nodes, const std::string& name)
+{
+    const bool isTaken = std::any_of(nodes.begin(), nodes.end(), [&name](const auto& node) {
+        return Poco::icompare(node->reference().name, name) == 0;
+    });
+    if (isTaken)
+        throw Poco::InvalidArgumentException("Name is taken: " + inQuotes(name));
+}
+
+} // namespace
+
+bool isAccessRights(const UrlPath& path)
+{
+    const std::string& word = path.getResource();
+    return path.getCharacteristic() == UrlPath::SERVICE_RESOURCE &&
+           (word == UrlPath::RESERVED_KEY_RIGHTS || word == "$" + UrlPath::RESERVED_KEY_RIGHTS);
+}
+
+Service::Service(const Reference& reference, const std::string& description)
+    : m_reference(reference)
+    , m_description(description)
+{
+    requireAddress(reference, UrlPath::SERVICE);
+}
+
+void Service::add(const std::shared_ptr<Resource>& resource)
+{
+    requireAddress(resource->reference(), UrlPath::SERVICE_RESOURCE);
+    requireUnused(m_resources, resource->reference().name);
+    m_resources.push_back(resource);
+}
+
+ServiceTree::ServiceTree(const Poco::UUID& rootId)
+    : m_root(rootReference(rootId))
+{
+}
+
+void ServiceTree::add(const std::shared_ptr<const Service>& service)
+{
+    requireUnused(m_services, service->reference().name);
+    m_services.push_back(service);
+}
+
+const Service& ServiceTree::serviceAt(const UrlPath& path) const
+{
+    for (const auto& service : m_services) {
+        if (path.isServiceEqual(service->reference().name))
+            return *service;
+    }
+    refuseAsAbsent("no service is called " + inQuotes(path.getService()));
+}
+
+Resource& ServiceTree::resourceAt(const UrlPath& path) const
+{
+    const Service& service = serviceAt(path);
+    for (const auto& resource : service.resources()) {
+        if (path.isResourceEqual(resource->reference().name))
+            return *resource;
+    }
+    refuseAsAbsent(inQuotes(service.reference().name) + " has no resource " + inQuotes(path.getResource()));
+}
+
+MethodSet ServiceTree::methodsAt(const UrlPath& path) const
+{
+    switch (path.getCharacteristic()) {
+    case UrlPath::SERVICE:
+    case UrlPath::SERVICE_ID:
+    case UrlPath::SERVICE_SPEC:
+        serviceAt(path);
+        return MethodSet::readOnly();
+    case UrlPath::SERVICE_RESOURCE:
+        if (!isAccessRights(path))
+            return resourceAt(path).collectionMethods();
+        serviceAt(path);
+        return MethodSet::readOnly();
+    case UrlPath::SERVICE_RESOURCE_ID:
+    case UrlPath::SERVICE_RESOURCE_SPEC:
+        resourceAt(path);
+        return MethodSet::readOnly();
+    case UrlPath::SERVICE_RESOURCE_ELEMENT:
+        return resourceAt(path).elementMethods();
+    default:
+        return MethodSet::readOnly();
+    }
+}
+
+} // namespace Zovi::ServiceKit

@@ -1,0 +1,176 @@
+#include "ServiceKit/TreeReader.h"
+
+#include "Command/ResponseObject.h"
+#include "ServiceKit/RequestError.h"
+#include "ServiceKit/Text.h"
+
+#include <Poco/String.h>
+
+namespace Zovi::ServiceKit
+{
+
+namespace
+{
+
+using Command::HttpResponse;
+using Command::HTTPStatus;
+using Command::RequestBase;
+using Command::UrlPath;
+
+HttpResponse answerId(const Reference& reference)
+{
+    Poco::JSON::Object::Ptr object = new Poco::JSON::Object;
+    object->set("id", reference.id.toString());
+    return HttpResponse(HTTPStatus::HTTP_OK, Command::ResponseObject(object));
+}
+
+/// A specification is what it is: it takes no query, and is the data as a whole.
+HttpResponse answerSpecification(const Poco::JSON::Object::Ptr& specification)
+{
+    return HttpResponse(HTTPStatus::HTTP_OK, Command::ResponseObject(specification));
+}
+
+Poco::JSON::Object::Ptr describe(const Service& service)
+{
+    Poco::JSON::Object::Ptr object = service.reference().toJson();
+    object->set("description", service.description());
+    return object;
+}
+
+Poco::JSON::Array::Ptr references(const ServiceTree& tree)
+{
+    Poco::JSON::Array::Ptr array = new Poco::JSON::Array;
+    for (const auto& service : tree.services())
+        array->add(service->reference().toJson());
+    return array;
+}
+
+Poco::JSON::Object::Ptr overview(const Service& service)
+{
+    Poco::JSON::Array::Ptr resources = new Poco::JSON::Array;
+    for (const auto& resource : service.resources())
+        resources->add(resource->reference().toJson());
+    Poco::JSON::Object::Ptr object = describe(service);
+    object->set("resources", resources);
+    return object;
+}
+
+Poco::JSON::Object::Ptr specification(const Service& service)
+{
+    Poco::JSON::Object::Ptr resources = new Poco::JSON::Object;
+    for (const auto& resource : service.resources())
+        resources->set(resource->reference().name, resource->specification());
+    Poco::JSON::Object::Ptr object = new Poco::JSON::Object;
+    object->set("name", service.reference().name);
+    object->set("description", service.description());
+    object->set("resources", resources);
+    return object;
+}
+
+Poco::JSON::Array::Ptr toJson(const MethodSet& methods)
+{
+    Poco::JSON::Array::Ptr array = new Poco::JSON::Array;
+    for (const std::string& name : methods.names())
+        array->add(name);
+    return array;
+}
+
+Poco::JSON::Object::Ptr accessRights(const Service& service)
+{
+    Poco::JSON::Object::Ptr object = new Poco::JSON::Object;
+    object->set(service.reference().uri, toJson(MethodSet::readOnly()));
+    for (const auto& resource : service.resources()) {
+        const std::string& uri = resource->reference().uri;
+        object->set(uri, toJson(resource->collectionMethods()));
+        object->set(uri + "/<id>", toJson(resource->elementMethods()));
+    }
+    return object;
+}
+
+/// The address checks a UUID more generously than it is written here: a text with anything behind the UUID,
+/// or without its hyphens, names no element.
+Poco::JSON::Object::Ptr findElement(const Resource& resource, const std::string& idText)
+{
+    Poco::UUID id;
+    if (!id.tryParse(idText) || id.toString() != Poco::toLower(idText))
+        return {};
+    return resource.element(id);
+}
+
+HttpResponse answerElementOf(const Resource& resource, const RequestBase& request)
+{
+    const std::string& id = request.getUrlPath().getElement();
+    const Poco::JSON::Object::Ptr element = findElement(resource, id);
+    if (!element)
+        throw RequestError(HTTPStatus::HTTP_NOT_FOUND,
+                           resource.reference().uri + " has no element " + inQuotes(id));
+    return answerElement(request, element);
+}
+
+} // namespace
+
+TreeReader::TreeReader(const ServiceTree& tree)
+    : m_tree(tree)
+{
+}
+
+HttpResponse TreeReader::read(const RequestBase& request) const
+{
+    switch (request.getUrlPath().getCharacteristic()) {
+    case UrlPath::ROOT:
+        return answerCollection(request, references(m_tree));
+    case UrlPath::ROOT_ID:
+        return answerId(m_tree.root());
+    case UrlPath::SERVICE:
+    case UrlPath::SERVICE_ID:
+    case UrlPath::SERVICE_SPEC:
+    case UrlPath::SERVICE_RIGHTS:
+        return readService(request);
+    default:
+        return isAccessRights(request.getUrlPath()) ? readService(request) : readResource(request);
+    }
+}
+
+HttpResponse TreeReader::readService(const RequestBase& request) const
+{
+    const UrlPath& path = request.getUrlPath();
+    const Service& service = m_tree.serviceAt(path);
+    switch (path.getCharacteristic()) {
+    case UrlPath::SERVICE:
+        return answerElement(request, overview(service));
+    case UrlPath::SERVICE_ID:
+        return answerId(service.reference());
+    case UrlPath::SERVICE_SPEC:
+        return answerSpecification(specification(service));
+    default:
+        return answerElement(request, accessRights(service));
+    }
+}
+
+HttpResponse TreeReader::readResource(const RequestBase& request) const
+{
+    const UrlPath& path = request.getUrlPath();
+    const Resource& resource = m_tree.resourceAt(path);
+    switch (path.getCharacteristic()) {
+    case UrlPath::SERVICE_RESOURCE:
+        return answerCollection(request, resource.elements());
+    case UrlPath::SERVICE_RESOURCE_ID:
+        return answerId(resource.reference());
+    case UrlPath::SERVICE_RESOURCE_SPEC:
+        return answerSpecification(resource.specification());
+    default:
+        return answerElementOf(resource, request);
+    }
+}
+
+HttpResponse answerCollection(const RequestBase&, const Poco::JSON::Array::Ptr& elements)
+{
+    return HttpResponse(HTTPStatus::HTTP_OK, Command::ResponseObject(elements));
+}
+
+HttpResponse answerElement(const RequestBase&, const Poco::JSON::Object::Ptr& element)
+{
+    return HttpResponse(HTTPStatus::HTTP_OK, Command::ResponseObject(element));
+}
+
+} // namespace Zovi::ServiceKit

@@ -1,0 +1,318 @@
+#include "ServiceKit/HttpServer.h"
+
+#include "JsonMatchers.h"
+#include "RawClient.h"
+#include "SampleTree.h"
+
+#include <Poco/Net/NetException.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <future>
+#include <string>
+
+namespace Zovi::ServiceKit
+{
+
+using Test::IsJson;
+using Test::makeSampleTree;
+using Test::RawAnswer;
+using Test::RawClient;
+using ::testing::HasSubstr;
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds SOON{2};
+
+const std::string GET_ID = "GET /id HTTP/1.1\r\nHost: localhost\r\n\r\n";
+
+std::unique_ptr<HttpServer> startServer(const ServerOptions& options = {})
+{
+    auto server = std::make_unique<HttpServer>(makeSampleTree(), options);
+    server->start();
+    return server;
+}
+
+} // namespace
+
+TEST(HttpServer, TakesAFreePortAndTellsIt)
+{
+    const auto server = startServer();
+    EXPECT_EQ(server->address().host().toString(), "127.0.0.1");
+    EXPECT_NE(server->address().port(), 0);
+    RawClient client(server->address());
+    client.send(GET_ID);
+    EXPECT_EQ(client.receive().status, 200);
+}
+
+TEST(HttpServer, ListensOnIPv6)
+{
+    ServerOptions options;
+    options.listenAddress = "::1";
+    const auto server = startServer(options);
+    RawClient client(server->address());
+    client.send("GET /id HTTP/1.1\r\nHost: [::1]:" + std::to_string(server->address().port()) + "\r\n\r\n");
+    EXPECT_EQ(client.receive().status, 200);
+}
+
+TEST(HttpServer, DoesNotSharePorts)
+{
+    const auto first = startServer();
+    ServerOptions options;
+    options.port = first->address().port();
+    HttpServer second(makeSampleTree(), options);
+    EXPECT_THROW(second.start(), Poco::Net::NetException);
+    EXPECT_THROW(second.address(), Poco::InvalidAccessException);
+    first->address();
+}
+
+TEST(HttpServer, HasNoAddressBeforeStartAndAfterStop)
+{
+    HttpServer server(makeSampleTree(), {});
+    EXPECT_THROW(server.address(), Poco::InvalidAccessException);
+    server.start();
+    server.stop();
+    EXPECT_THROW(server.address(), Poco::InvalidAccessException);
+    server.stop();
+}
+
+TEST(HttpServer, AnswersMalformedHeadsWithTheDocument)
+{
+    const auto server = startServer();
+    const struct {
+        std::string request;
+        std::string message;
+    } rows[] = {
+        {"garbage\r\n\r\n", "malformed message: 'HTTP request URI invalid or too long'"},
+        {"GET / HTTP/1.1\r\n" + std::string(300, 'x') + ": y\r\n\r\n",
+         "malformed message: 'Field name too long/no colon found'"},
+        {"GET / HTTP/1.1\r\nHost: localhost\r\nX: " + std::string(10'000, 'x') + "\r\n\r\n",
+         "malformed message: 'Field value too long/no CRLF found'"},
+        {"GET /" + std::string(20'000, 'x') + " HTTP/1.1\r\nHost: localhost\r\n\r\n",
+         "malformed message: 'HTTP request URI invalid or too long'"},
+        {std::string(100, 'G') + " / HTTP/1.1\r\n\r\n",
+         "malformed message: 'HTTP request method invalid or too long'"},
+        {"GET / HTTP/1.1\r\nHost: localhost\r\nContent-Length: abc\r\n\r\n",
+         "malformed message: 'Not a valid integer: abc'"},
+        {"GET / HTTP/1.1\r\nHost: localhost\r\nContent-Length: 99999999999999999999\r\n\r\n",
+         "malformed message: 'Not a valid integer: 99999999999999999999'"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.request.substr(0, 80));
+        RawClient client(server->address());
+        client.send(row.request);
+        const RawAnswer answer = client.receive();
+        EXPECT_EQ(answer.status, 400);
+        EXPECT_EQ(answer.header("connection"), "Close");
+        EXPECT_EQ(answer.header("content-type"), "application/json; charset=utf-8");
+        EXPECT_THAT(answer.body,
+                    IsJson("{\"code\":400,\"message\":\"" + row.message + "\",\"status\":\"error\"}"));
+        EXPECT_EQ(client.receiveRest(), "");
+    }
+}
+
+TEST(HttpServer, RefusesHeadsWithTooManyFields)
+{
+    const auto server = startServer();
+    std::string request = "GET / HTTP/1.1\r\nHost: localhost\r\n";
+    for (int i = 0; i < 200; ++i)
+        request += "X-" + std::to_string(i) + ": x\r\n";
+    RawClient client(server->address());
+    client.send(request + "\r\n");
+    EXPECT_EQ(client.receive().status, 400);
+}
+
+TEST(HttpServer, TakesALineFeedAloneForTheEndOfALine)
+{
+    const auto server = startServer();
+    RawClient client(server->address());
+    client.send("GET /id HTTP/1.1\nHost: localhost\n\n");
+    EXPECT_EQ(client.receive().status, 200);
+}
+
+TEST(HttpServer, AnswersPipelinedRequestsInOrder)
+{
+    const auto server = startServer();
+    RawClient client(server->address());
+    client.send(GET_ID + "GET /shop/id HTTP/1.1\r\nHost: localhost\r\n\r\n" + GET_ID);
+    EXPECT_THAT(client.receive().body, HasSubstr("11111111-2222"));
+    EXPECT_THAT(client.receive().body, ::testing::Not(HasSubstr("11111111-2222")));
+    EXPECT_THAT(client.receive().body, HasSubstr("11111111-2222"));
+}
+
+TEST(HttpServer, ClosesWhenTheClientAsksForIt)
+{
+    const auto server = startServer();
+    for (const std::string request :
+         {"GET /id HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n", "GET /id HTTP/1.0\r\n\r\n"}) {
+        SCOPED_TRACE(request);
+        RawClient client(server->address());
+        client.send(request);
+        const RawAnswer answer = client.receive();
+        EXPECT_EQ(answer.status, 200);
+        EXPECT_EQ(answer.header("connection"), "Close");
+        EXPECT_EQ(client.receiveRest(), "");
+    }
+}
+
+TEST(HttpServer, ClosesAfterTheLastRequestThatAConnectionMayMake)
+{
+    ServerOptions options;
+    options.maxRequestsPerConnection = 2;
+    const auto server = startServer(options);
+    RawClient client(server->address());
+    client.send(GET_ID + GET_ID + GET_ID);
+    EXPECT_EQ(client.receive().header("connection"), "Keep-Alive");
+    EXPECT_EQ(client.receive().header("connection"), "Close");
+    EXPECT_EQ(client.receiveRest(), "");
+}
+
+TEST(HttpServer, AsksForABodyOnlyIfItIsWanted)
+{
+    const auto server = startServer();
+    const std::string expect = "Host: localhost\r\nContent-Length: 1\r\nExpect: 100-continue\r\n\r\n";
+    RawClient welcome(server->address());
+    welcome.send("POST /shop/basket HTTP/1.1\r\n" + expect);
+    EXPECT_EQ(welcome.receive().status, 100);
+    welcome.send("a");
+    EXPECT_EQ(welcome.receive().body, "a [written]");
+
+    RawClient refused(server->address());
+    refused.send("POST /nothing HTTP/1.1\r\n" + expect);
+    EXPECT_EQ(refused.receive().status, 404);
+}
+
+TEST(HttpServer, LetsTheAnswerReachAClientThatIsStillSending)
+{
+    const auto server = startServer();
+    RawClient client(server->address());
+    const std::string body(2'000'000, 'x');
+    client.send("POST /shop/basket HTTP/1.1\r\nHost: localhost\r\nContent-Length: 2000000\r\n\r\n" + body);
+    EXPECT_EQ(client.receive().status, 413);
+    EXPECT_EQ(client.receiveRest(), "");
+}
+
+TEST(HttpServer, GivesUpARequestThatDoesNotArrive)
+{
+    ServerOptions options;
+    options.requestTimeout = std::chrono::milliseconds(50);
+    const auto server = startServer(options);
+    const struct {
+        std::string request;
+        std::string message;
+    } rows[] = {
+        {"GET /id HT", "the request did not arrive in time"},
+        {"GET /id HTTP/1.1\r\nHost: loc", "the request did not arrive in time"},
+        {"POST /shop/basket HTTP/1.1\r\nHost: localhost\r\nContent-Length: 3\r\n\r\na",
+         "the body did not arrive in time"},
+        {"POST /shop/basket HTTP/1.1\r\nHost: localhost\r\nTransfer-Encoding: chunked\r\n\r\n5\r\na",
+         "the body did not arrive in time"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.request);
+        RawClient client(server->address());
+        client.send(row.request);
+        const RawAnswer answer = client.receive();
+        EXPECT_EQ(answer.status, 408);
+        EXPECT_THAT(answer.body,
+                    IsJson("{\"code\":408,\"message\":\"" + row.message + "\",\"status\":\"error\"}"));
+        client.endSending();
+        EXPECT_EQ(client.receiveRest(), "");
+    }
+}
+
+TEST(HttpServer, GivesUpARequestThatDripsIn)
+{
+    ServerOptions options;
+    options.requestTimeout = std::chrono::milliseconds(100);
+    const auto server = startServer(options);
+    RawClient client(server->address());
+    client.send("GET /id HTTP/1.1\r\n");
+    // Each byte comes long before a limit on single reads would be over.
+    auto isAnswered = std::async(std::launch::async, [&client] { return client.receive().status; });
+    while (isAnswered.wait_for(std::chrono::milliseconds(10)) != std::future_status::ready)
+        client.send("x");
+    EXPECT_EQ(isAnswered.get(), 408);
+}
+
+TEST(HttpServer, GivesUpAnAnswerThatIsNotTaken)
+{
+    ServerOptions options;
+    options.answerTimeout = std::chrono::milliseconds(50);
+    options.maxConnections = 1;
+    HttpServer server(makeSampleTree([] {
+                          Poco::JSON::Array::Ptr array = new Poco::JSON::Array;
+                          array->add(std::string(12 * 1024 * 1024, 'x'));
+                          return array;
+                      }),
+                      options);
+    server.start();
+    RawClient stuck(server.address());
+    stuck.send("GET /shop/puppet HTTP/1.1\r\nHost: localhost\r\n\r\n");
+    // There is only one place, and the next client gets it.
+    RawClient next(server.address());
+    next.send(GET_ID);
+    EXPECT_EQ(next.receive().status, 200);
+}
+
+TEST(HttpServer, ClosesIdleConnections)
+{
+    ServerOptions options;
+    options.idleTimeout = std::chrono::milliseconds(50);
+    const auto server = startServer(options);
+    RawClient silent(server->address());
+    RawClient once(server->address());
+    once.send(GET_ID);
+    EXPECT_EQ(once.receive().status, 200);
+    EXPECT_EQ(once.receiveRest(), "");
+    EXPECT_EQ(silent.receiveRest(), "");
+}
+
+TEST(HttpServer, StopsSoonWithIdleAndHalfReadConnections)
+{
+    ServerOptions options;
+    options.idleTimeout = std::chrono::minutes(1);
+    options.requestTimeout = std::chrono::minutes(1);
+    const auto server = startServer(options);
+    RawClient silent(server->address());
+    RawClient idle(server->address());
+    idle.send(GET_ID);
+    EXPECT_EQ(idle.receive().status, 200);
+    RawClient half(server->address());
+    half.send("GET /id HT");
+    RawClient waiting(server->address());
+    waiting.send("POST /shop/basket HTTP/1.1\r\nHost: localhost\r\nContent-Length: 3\r\n\r\na");
+    const auto begin = Clock::now();
+    server->stop();
+    EXPECT_LT(Clock::now() - begin, SOON);
+    EXPECT_EQ(silent.receiveRest(), "");
+    EXPECT_EQ(idle.receiveRest(), "");
+}
+
+TEST(HttpServer, AnswersWhatIsUnderWayWhenItStops)
+{
+    std::promise<void> isAsked;
+    std::promise<void> mayAnswer;
+    HttpServer server(makeSampleTree([&isAsked, answer = mayAnswer.get_future().share()] {
+                          isAsked.set_value();
+                          answer.wait();
+                          return new Poco::JSON::Array;
+                      }),
+                      {});
+    server.start();
+    RawClient client(server.address());
+    client.send("GET /shop/puppet HTTP/1.1\r\nHost: localhost\r\n\r\n");
+    isAsked.get_future().wait();
+    auto isStopped = std::async(std::launch::async, [&server] { server.stop(); });
+    mayAnswer.set_value();
+    EXPECT_EQ(client.receive().status, 200);
+    isStopped.wait();
+    EXPECT_EQ(client.receiveRest(), "");
+}
+
+} // namespace Zovi::ServiceKit

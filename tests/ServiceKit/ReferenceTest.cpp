@@ -1,0 +1,55 @@
+#include "ServiceKit/Reference.h"
+
+#include "JsonMatchers.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace Zovi::ServiceKit
+{
+
+using Test::compact;
+using Test::IsJson;
+
+TEST(Reference, MakesTheUuidOfANameByTheStandard)
+{
+    // The example of the standard: version 5 of "www.example.com" among the names of the DNS.
+    const Poco::UUID dns("6ba7b810-9dad-11d1-80b4-00c04fd430c8");
+    EXPECT_EQ(nameBasedId(dns, "www.example.com").toString(), "2ed6657d-e927-568b-95e1-2665a8aea6a2");
+}
+
+TEST(Reference, GivesDifferentNamesAndSpacesDifferentIds)
+{
+    const Poco::UUID a = nameBasedId(Poco::UUID::null(), "a");
+    EXPECT_EQ(a, nameBasedId(Poco::UUID::null(), "a"));
+    EXPECT_NE(a, nameBasedId(Poco::UUID::null(), "b"));
+    EXPECT_NE(a, nameBasedId(a, "a"));
+}
+
+TEST(Reference, AddressesChildrenByNameAndElementsById)
+{
+    const Reference root = rootReference(Poco::UUID::dns());
+    EXPECT_EQ(root.uri, "/");
+    EXPECT_EQ(root.id, Poco::UUID::dns());
+    const Reference service = root.child("shop");
+    EXPECT_EQ(service.uri, "/shop");
+    EXPECT_EQ(service.name, "shop");
+    EXPECT_EQ(service.id, nameBasedId(root.id, "shop"));
+    EXPECT_EQ(service.child("basket").uri, "/shop/basket");
+
+    const Poco::UUID id("00000000-0000-0000-0000-00000000000a");
+    const Reference element = service.child("basket").element(id, "apple");
+    EXPECT_EQ(element.uri, "/shop/basket/00000000-0000-0000-0000-00000000000a");
+    EXPECT_EQ(element.name, "apple");
+    EXPECT_EQ(element.id, id);
+}
+
+TEST(Reference, GivesItsThreeFieldsAsANewObjectEachTime)
+{
+    const Reference reference{Poco::UUID::dns(), "na\xFFme", "/x"};
+    reference.toJson()->set("more", 1);
+    EXPECT_THAT(compact(reference.toJson()), IsJson("{\"id\":\"6ba7b810-9dad-11d1-80b4-00c04fd430c8\","
+                                                    "\"name\":\"na\xEF\xBF\xBDme\",\"uri\":\"/x\"}"));
+}
+
+} // namespace Zovi::ServiceKit

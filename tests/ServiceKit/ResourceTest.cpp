@@ -1,0 +1,44 @@
+#include "ServiceKit/Resource.h"
+
+#include "SampleTree.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace Zovi::ServiceKit
+{
+
+using Test::Puppet;
+using Test::ROOT_ID;
+using Method = MethodSet::Method;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+TEST(MethodSet, ListsItsMethodsInAFixedOrder)
+{
+    const MethodSet methods{Method::DELETE, Method::GET,  Method::PUT,
+                            Method::GET,    Method::POST, Method::HEAD};
+    EXPECT_THAT(methods.names(), ElementsAre("GET", "HEAD", "POST", "PUT", "DELETE"));
+    EXPECT_EQ(methods.toHeader(), "GET, HEAD, POST, PUT, DELETE");
+}
+
+TEST(MethodSet, ContainsWhatItWasMadeOf)
+{
+    EXPECT_TRUE(MethodSet::readOnly().contains(Method::GET));
+    EXPECT_TRUE(MethodSet::readOnly().contains(Method::HEAD));
+    EXPECT_FALSE(MethodSet::readOnly().contains(Method::POST));
+    EXPECT_FALSE(MethodSet::readOnly().contains(Method::UNSUPPORTED));
+    EXPECT_THAT(MethodSet({}).names(), IsEmpty());
+    EXPECT_EQ(MethodSet({}).toHeader(), "");
+}
+
+TEST(Resource, IsOnlyReadUnlessToldOtherwise)
+{
+    Puppet puppet(rootReference(ROOT_ID).child("shop"), [] { return new Poco::JSON::Array; });
+    EXPECT_EQ(puppet.collectionMethods().toHeader(), "GET, HEAD");
+    EXPECT_EQ(puppet.elementMethods().toHeader(), "GET, HEAD");
+    EXPECT_EQ(puppet.reference().uri, "/shop/puppet");
+    EXPECT_EQ(puppet.description(), "Does as it is told.");
+}
+
+} // namespace Zovi::ServiceKit

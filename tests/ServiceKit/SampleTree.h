@@ -1,0 +1,101 @@
+#pragma once
+
+#include "ServiceKit/RequestError.h"
+#include "ServiceKit/ServiceTree.h"
+
+#include <Poco/Exception.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace Zovi::Test
+{
+
+inline const Poco::UUID ROOT_ID{"11111111-2222-3333-4444-555555555555"};
+inline const Poco::UUID APPLE_ID{"aaaaaaaa-0000-0000-0000-000000000001"};
+
+/// A resource with one element, an apple, that takes writes and answers them with what they brought.
+class Basket : public ServiceKit::Resource
+{
+public:
+    explicit Basket(const ServiceKit::Reference& service)
+        : Resource(service.child("basket"), "Fruit.")
+    {
+    }
+
+    Poco::JSON::Object::Ptr specification() const override
+    {
+        Poco::JSON::Object::Ptr object = new Poco::JSON::Object;
+        object->set("name", "basket");
+        return object;
+    }
+
+    Poco::JSON::Array::Ptr elements() const override
+    {
+        Poco::JSON::Array::Ptr array = new Poco::JSON::Array;
+        array->add(apple());
+        return array;
+    }
+
+    Poco::JSON::Object::Ptr element(const Poco::UUID& id) const override
+    {
+        return id == APPLE_ID ? apple() : Poco::JSON::Object::Ptr();
+    }
+
+    ServiceKit::MethodSet collectionMethods() const override
+    {
+        return {Method::GET, Method::HEAD, Method::POST};
+    }
+
+    ServiceKit::MethodSet elementMethods() const override
+    {
+        return {Method::GET, Method::HEAD, Method::PUT, Method::DELETE};
+    }
+
+    Command::HttpResponse write(const Command::HttpRequest& request) override
+    {
+        Command::HttpResponse response;
+        response.setDataFromText(request.getMessage() + " [written]", "text/plain");
+        return response;
+    }
+
+private:
+    using Method = ServiceKit::MethodSet::Method;
+
+    Poco::JSON::Object::Ptr apple() const { return reference().element(APPLE_ID, "apple").toJson(); }
+};
+
+/// A resource that is only read, and whose elements come from a function of the test's.
+class Puppet : public ServiceKit::Resource
+{
+public:
+    Puppet(const ServiceKit::Reference& service, std::function<Poco::JSON::Array::Ptr()> act,
+           const std::string& name = "puppet")
+        : Resource(service.child(name), "Does as it is told.")
+        , m_act(std::move(act))
+    {
+    }
+
+    Poco::JSON::Object::Ptr specification() const override { return new Poco::JSON::Object; }
+    Poco::JSON::Array::Ptr elements() const override { return m_act(); }
+    Poco::JSON::Object::Ptr element(const Poco::UUID&) const override { return {}; }
+
+private:
+    std::function<Poco::JSON::Array::Ptr()> m_act;
+};
+
+/// /shop with its resources basket and puppet.
+inline std::shared_ptr<const ServiceKit::ServiceTree>
+makeSampleTree(std::function<Poco::JSON::Array::Ptr()> act = [] { return new Poco::JSON::Array; })
+{
+    const auto tree = std::make_shared<ServiceKit::ServiceTree>(ROOT_ID);
+    const auto shop = std::make_shared<ServiceKit::Service>(tree->root().child("shop"), "Sells fruit.");
+    shop->add(std::make_shared<Basket>(shop->reference()));
+    shop->add(std::make_shared<Puppet>(shop->reference(), std::move(act)));
+    tree->add(shop);
+    return tree;
+}
+
+} // namespace Zovi::Test

@@ -1,0 +1,125 @@
+#include "ServiceKit/TreeReader.h"
+
+#include "JsonMatchers.h"
+#include "SampleTree.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace Zovi::ServiceKit
+{
+
+using Command::HTTPStatus;
+using Command::RequestBase;
+using Test::compact;
+using Test::IsJson;
+using Test::makeSampleTree;
+using Test::ROOT_ID;
+
+namespace
+{
+
+/// The "data" of the answer, as text.
+std::string dataAt(const std::string& url)
+{
+    const auto tree = makeSampleTree();
+    const Command::HttpResponse answer = TreeReader(*tree).read(RequestBase(Poco::URI(url)));
+    EXPECT_EQ(answer.getStatus(), HTTPStatus::HTTP_OK);
+    EXPECT_EQ(answer.getJson()->getValue<std::string>("status"), "ok");
+    std::ostringstream text;
+    answer.getJson()->get("data").extract<Poco::JSON::Object::Ptr>()->stringify(text);
+    return text.str();
+}
+
+std::string listAt(const std::string& url)
+{
+    const auto tree = makeSampleTree();
+    const Command::HttpResponse answer = TreeReader(*tree).read(RequestBase(Poco::URI(url)));
+    return compact(answer.getJson()->getArray("data"));
+}
+
+const std::string SHOP_ID = nameBasedId(ROOT_ID, "shop").toString();
+const std::string BASKET_ID = nameBasedId(Poco::UUID(SHOP_ID), "basket").toString();
+const std::string PUPPET_ID = nameBasedId(Poco::UUID(SHOP_ID), "puppet").toString();
+const std::string APPLE = R"({"id":"aaaaaaaa-0000-0000-0000-000000000001","name":"apple",)"
+                          R"("uri":"/shop/basket/aaaaaaaa-0000-0000-0000-000000000001"})";
+
+} // namespace
+
+TEST(TreeReader, ListsTheServicesAtTheRoot)
+{
+    EXPECT_THAT(listAt("/"), IsJson(R"([{"id":")" + SHOP_ID + R"(","name":"shop","uri":"/shop"}])"));
+    EXPECT_THAT(listAt("/api/v1/"), IsJson(listAt("/")));
+}
+
+TEST(TreeReader, ListsTheElementsOfAResource)
+{
+    EXPECT_THAT(listAt("/shop/basket"), IsJson("[" + APPLE + "]"));
+    EXPECT_THAT(listAt("/shop/puppet"), IsJson("[]"));
+}
+
+TEST(TreeReader, AnswersEveryAddressOfOneThing)
+{
+    const struct {
+        std::string url;
+        std::string data;
+    } rows[] = {
+        {"/id", R"({"id":"11111111-2222-3333-4444-555555555555"})"},
+        {"/shop/id", R"({"id":")" + SHOP_ID + R"("})"},
+        {"/shop/basket/id", R"({"id":")" + BASKET_ID + R"("})"},
+        {"/shop/basket/spec", R"({"name":"basket"})"},
+        {"/shop/basket/$spec", R"({"name":"basket"})"},
+        {"/shop/basket/aaaaaaaa-0000-0000-0000-000000000001", APPLE},
+        {"/SHOP/BASKET/AAAAAAAA-0000-0000-0000-000000000001", APPLE},
+        {"/shop", R"({"description":"Sells fruit.","id":")" + SHOP_ID +
+                      R"(","name":"shop","uri":"/shop","resources":[
+            {"id":")" +
+                      BASKET_ID + R"(","name":"basket","uri":"/shop/basket"},
+            {"id":")" +
+                      PUPPET_ID + R"(","name":"puppet","uri":"/shop/puppet"}]})"},
+        {"/shop/spec", R"({"description":"Sells fruit.","name":"shop",
+            "resources":{"basket":{"name":"basket"},"puppet":{}}})"},
+        {"/shop/accessrights", R"({"/shop":["GET","HEAD"],"/shop/basket":["GET","HEAD","POST"],
+            "/shop/basket/<id>":["GET","HEAD","PUT","DELETE"],"/shop/puppet":["GET","HEAD"],
+            "/shop/puppet/<id>":["GET","HEAD"]})"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.url);
+        EXPECT_THAT(dataAt(row.url), IsJson(row.data));
+    }
+}
+
+TEST(TreeReader, RefusesWhatIsNotThere)
+{
+    const struct {
+        std::string url;
+        std::string message;
+    } rows[] = {
+        {"/other", "no service is called 'other'"},
+        {"/other/id", "no service is called 'other'"},
+        {"/other/accessrights", "no service is called 'other'"},
+        {"/other/basket", "no service is called 'other'"},
+        {"/shop/other", "'shop' has no resource 'other'"},
+        {"/shop/other/spec", "'shop' has no resource 'other'"},
+        {"/shop/basket/aaaaaaaa-0000-0000-0000-000000000002",
+         "/shop/basket has no element 'aaaaaaaa-0000-0000-0000-000000000002'"},
+        // what is taken for a UUID, but is not written as one
+        {"/shop/basket/aaaaaaaa-0000-0000-0000-000000000001x",
+         "/shop/basket has no element 'aaaaaaaa-0000-0000-0000-000000000001x'"},
+        {"/shop/basket/aaaaaaaa000000000000000000000001",
+         "/shop/basket has no element 'aaaaaaaa000000000000000000000001'"},
+    };
+    const auto tree = makeSampleTree();
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.url);
+        try {
+            TreeReader(*tree).read(RequestBase(Poco::URI(row.url)));
+            ADD_FAILURE() << "not refused";
+        } catch (const RequestError& error) {
+            EXPECT_EQ(error.status(), HTTPStatus::HTTP_NOT_FOUND);
+            EXPECT_EQ(error.what(), row.message);
+        }
+    }
+}
+
+} // namespace Zovi::ServiceKit
