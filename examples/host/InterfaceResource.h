@@ -1,0 +1,41 @@
+#pragma once
+
+#include "ServiceKit/Resource.h"
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace Zovi::Host
+{
+
+/// Addresses with their prefix lengths ("192.168.0.7/24") by the name of the interface.
+using AddressesByInterface = std::map<std::string, std::vector<std::string>>;
+
+/// Asks the C library.
+AddressesByInterface readInterfaceAddresses();
+
+/// The network interfaces of the machine.
+class InterfaceResource : public ServiceKit::Resource
+{
+public:
+    /// Reads the files of the kernel under `root`, "/" as a rule.
+    InterfaceResource(const ServiceKit::Reference& service, const std::filesystem::path& root,
+                      std::function<AddressesByInterface()> readAddresses = readInterfaceAddresses);
+
+    Poco::JSON::Object::Ptr specification() const override;
+    Poco::JSON::Array::Ptr elements() const override;
+    Poco::JSON::Object::Ptr element(const Poco::UUID& id) const override;
+
+private:
+    std::vector<std::string> readNames() const;
+    ServiceKit::Reference referenceTo(const std::string& name) const;
+    Poco::JSON::Object::Ptr describe(const std::string& name, const AddressesByInterface& addresses) const;
+
+    std::filesystem::path m_folder;
+    std::function<AddressesByInterface()> m_readAddresses;
+};
+
+} // namespace Zovi::Host

@@ -1,0 +1,113 @@
+#include "Options.h"
+
+#include "FileText.h"
+#include "ServiceKit/Text.h"
+
+#include <cstdint>
+#include <optional>
+
+namespace Zovi::Host
+{
+
+namespace
+{
+
+constexpr std::uint16_t DEFAULT_PORT = 8080;
+
+std::uint16_t parsePort(const std::string& text)
+{
+    const std::optional<std::uint32_t> port = toNumber<std::uint32_t>(text);
+    if (!port || *port > UINT16_MAX)
+        throw OptionError("--port needs a number from 0 to 65535, not " + ServiceKit::inQuotes(text));
+    return static_cast<std::uint16_t>(*port);
+}
+
+/// Walks the arguments.
+class ArgumentReader
+{
+public:
+    explicit ArgumentReader(const std::vector<std::string>& arguments)
+        : m_arguments(arguments)
+    {
+    }
+
+    /// The next option; nothing at the end.
+    std::optional<std::string> nextOption()
+    {
+        if (m_value)
+            throw OptionError(m_option + " takes no value");
+        if (m_position == m_arguments.size())
+            return std::nullopt;
+        const std::string& argument = m_arguments[m_position++];
+        const std::size_t equals = argument.find('=');
+        m_option = argument.substr(0, equals);
+        if (equals != std::string::npos)
+            m_value = argument.substr(equals + 1);
+        return m_option;
+    }
+
+    /// The value of the option that was read last.
+    std::string value()
+    {
+        if (!m_value && m_position < m_arguments.size())
+            m_value = m_arguments[m_position++];
+        if (!m_value || m_value->empty())
+            throw OptionError(m_option + " needs a value");
+        const std::string value = *m_value;
+        m_value.reset();
+        return value;
+    }
+
+private:
+    const std::vector<std::string>& m_arguments;
+    std::size_t m_position = 0;
+    std::string m_option;
+    std::optional<std::string> m_value;
+};
+
+} // namespace
+
+Options parseOptions(const std::vector<std::string>& arguments)
+{
+    Options options;
+    options.server.port = DEFAULT_PORT;
+    ArgumentReader reader(arguments);
+    while (const std::optional<std::string> option = reader.nextOption()) {
+        if (*option == "--listen")
+            options.server.listenAddress = reader.value();
+        else if (*option == "--port")
+            options.server.port = parsePort(reader.value());
+        else if (*option == "--host-name")
+            options.server.exchange.hostNames.push_back(reader.value());
+        else if (*option == "--help")
+            options.task = Options::Task::SHOW_HELP;
+        else if (*option == "--version")
+            options.task = Options::Task::SHOW_VERSION;
+        else
+            throw OptionError("unknown option " + ServiceKit::inQuotes(*option));
+    }
+    return options;
+}
+
+std::string helpText()
+{
+    return "Usage: kyr-host [OPTION]...\n"
+           "Serves the processes, network interfaces and filesystems of this machine over HTTP.\n"
+           "\n"
+           "  --listen ADDRESS    listen on this address (127.0.0.1); 0.0.0.0 and :: mean every one\n"
+           "  --port NUMBER       listen on this TCP port (8080); 0 takes any free one\n"
+           "  --host-name NAME    answer also requests for this host name, may be repeated;\n"
+           "                      localhost, the machine's name and its addresses need not be told\n"
+           "  --help              show this text and end\n"
+           "  --version           show the version and end\n"
+           "\n"
+           "It ends on SIGINT and SIGTERM. There is no protection by password: whoever reaches the\n"
+           "address may read everything.\n";
+}
+
+std::string versionText()
+{
+    return "kyr-host " KYR_HOST_VERSION "\n";
+}
+
+} // namespace Zovi::Host

@@ -1,0 +1,113 @@
+#include "HostService.h"
+#include "Options.h"
+
+#include <Poco/Exception.h>
+#include <Poco/Net/DNS.h>
+
+#include <csignal>
+#include <exception>
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace
+{
+
+using namespace Zovi;
+
+constexpr int EXIT_USAGE = 2;
+
+sigset_t endSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    return signals;
+}
+
+/// To be called before any thread begins: they inherit it, and the signals wait for `waitForEnd`.
+void holdBackSignals()
+{
+    const sigset_t signals = endSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    // A client that has left is told by the result of the write.
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+void waitForEnd()
+{
+    const sigset_t signals = endSignals();
+    int signal = 0;
+    while (sigwait(&signals, &signal) != 0) {
+    }
+}
+
+void addMachineName(ServiceKit::ExchangeOptions& options)
+{
+    const std::string name = Poco::Net::DNS::hostName();
+    options.hostNames.push_back(name);
+    options.hostNames.push_back(name + ".local");
+}
+
+void printAddresses(const Poco::Net::SocketAddress& address)
+{
+    // Who listens on every address can be reached by this one.
+    const std::string host = address.host().isWildcard() ? "localhost" : "";
+    const std::string authority =
+        host.empty() ? address.toString() : host + ":" + std::to_string(address.port());
+    std::cout << "kyr-host listens on " << address.toString() << ". Try:\n";
+    for (const char* path : {"/", "/host", "/host/processes", "/host/interfaces", "/host/filesystems"})
+        std::cout << "  curl -s http://" << authority << path << "\n";
+    std::cout << std::flush;
+}
+
+int serve(ServiceKit::ServerOptions options)
+{
+    holdBackSignals();
+    addMachineName(options.exchange);
+    ServiceKit::HttpServer server(Host::makeHostTree("/"), options);
+    try {
+        server.start();
+    } catch (const Poco::Exception& failure) {
+        std::cerr << "kyr-host: cannot listen on " << options.listenAddress << " port " << options.port
+                  << ": " << failure.displayText() << "\n";
+        return EXIT_FAILURE;
+    }
+    printAddresses(server.address());
+    waitForEnd();
+    server.stop();
+    return EXIT_SUCCESS;
+}
+
+int run(const Host::Options& options)
+{
+    switch (options.task) {
+    case Host::Options::Task::SHOW_HELP:
+        std::cout << Host::helpText();
+        return EXIT_SUCCESS;
+    case Host::Options::Task::SHOW_VERSION:
+        std::cout << Host::versionText();
+        return EXIT_SUCCESS;
+    case Host::Options::Task::SERVE:
+        break;
+    }
+    return serve(options.server);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return run(Host::parseOptions({argv + 1, argv + argc}));
+    } catch (const Host::OptionError& failure) {
+        std::cerr << "kyr-host: " << failure.what() << "\nSee kyr-host --help.\n";
+        return EXIT_USAGE;
+    } catch (const Poco::Exception& failure) {
+        std::cerr << "kyr-host: " << failure.displayText() << "\n";
+    } catch (const std::exception& failure) {
+        std::cerr << "kyr-host: " << failure.what() << "\n";
+    }
+    return EXIT_FAILURE;
+}
