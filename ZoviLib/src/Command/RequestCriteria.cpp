@@ -4,6 +4,7 @@
 #include "Command/Query/FilterParameter.h"
 #include "Command/Query/Paging.h"
 #include "Command/Query/SortingParameter.h"
+#include "Command/Query/ValueSearch.h"
 #include "Logging/LogStream.h"
 
 #include <Poco/NumberParser.h>
@@ -25,6 +26,7 @@ struct RequestBase::Dispatch {
     static void expand(RequestBase& request, const std::string& value, PendingPaging& paging);
     static void offset(RequestBase& request, const std::string& value, PendingPaging& paging);
     static void limit(RequestBase& request, const std::string& value, PendingPaging& paging);
+    static void freetext(RequestBase& request, const std::string& value, PendingPaging& paging);
 
     static void condemn(RequestBase& request) { request.m_urlPath.setCharacteristicInvalid(); }
 
@@ -86,17 +88,29 @@ void RequestBase::Dispatch::limit(RequestBase& request, const std::string& value
     keepOnce(request, value, paging.limit);
 }
 
+void RequestBase::Dispatch::freetext(RequestBase& request, const std::string& value,
+                                     PendingPaging& /*paging*/)
+{
+    const auto search = Poco::makeShared<AnyValueSearch>(value);
+    if (search->isValid())
+        request.addSearchCriterion(search);
+    else
+        condemn(request);
+}
+
 void RequestBase::dispatchParameter(const std::string& key, const std::string& value, PendingPaging& paging)
 {
     static const Dispatch::Row ROWS[] = {
         {UrlPath::QUERY_FIELDS, Dispatch::fields},      {UrlPath::QUERY_SORTBY, Dispatch::sortby},
         {UrlPath::QUERY_EXPAND, Dispatch::expand},      {UrlPath::QUERY_PAGING_OFFSET, Dispatch::offset},
-        {UrlPath::QUERY_PAGING_LIMIT, Dispatch::limit},
+        {UrlPath::QUERY_PAGING_LIMIT, Dispatch::limit}, {UrlPath::QUERY_FREETEXT_SEARCH, Dispatch::freetext},
     };
     for (const Dispatch::Row& row : ROWS) {
         if (key == row.key)
             return row.handle(*this, value, paging);
     }
+    // Any other key names an attribute, whose search is taken whatever its value.
+    addSearchCriterion(Poco::makeShared<AttributeValueSearch>(key, value));
 }
 
 void RequestBase::dispatchPaging(const PendingPaging& paging)
@@ -128,6 +142,16 @@ bool RequestBase::hasExpandCriteria() const
 bool RequestBase::hasPropertyExpandCriteria() const
 {
     return hasRenderCriterion(typeid(PropertyExpansion));
+}
+
+bool RequestBase::hasFreetextCriteria() const
+{
+    return hasSearchCriterion(typeid(AnyValueSearch));
+}
+
+bool RequestBase::hasAttributeCriteria() const
+{
+    return hasSearchCriterion(typeid(AttributeValueSearch));
 }
 
 unsigned int RequestBase::getExpansionLevel() const
