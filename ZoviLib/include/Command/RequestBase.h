@@ -141,17 +141,24 @@ protected:
     void initializeFromUri(const Poco::URI& uri);
 
 private:
+    template <typename T>
+    static const std::string& keyOf()
+    {
+        static const std::string key = typeid(T).name();
+        return key;
+    }
+
     template <typename T, typename Base>
     static bool addCriterion(const Poco::SharedPtr<T>& criterion, QueryCollectionMap<Base>& map)
     {
-        map[typeid(T).name()].push_back(criterion);
+        map[keyOf<T>()].push_back(criterion);
         return true;
     }
 
     template <typename T, typename Base>
     static void extractCriteria(QueryCollection<T>& retCriteria, const QueryCollectionMap<Base>& criteriaMap)
     {
-        const auto entry = criteriaMap.find(typeid(T).name());
+        const auto entry = criteriaMap.find(keyOf<T>());
         if (entry == criteriaMap.end())
             return;
         for (const Poco::SharedPtr<Base>& criterion : entry->second)
@@ -164,10 +171,10 @@ private:
         std::string limit;
     };
 
-    void initialize();
+    RequestBase(const Poco::URI& uri, UrlPath::QueryParameters&& decodedQuery);
 
-    bool hasRenderCriterion(const std::type_info& type) const;
-    bool hasSearchCriterion(const std::type_info& type) const;
+    void initialize();
+    void buildCriteria(const UrlPath::QueryParameters& decodedQuery);
 
     // The dispatch, which knows the concrete criteria, stands in a source file of its own.
     struct Dispatch;

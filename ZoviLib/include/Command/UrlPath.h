@@ -151,7 +151,12 @@ protected:
     QueryParameterMap queryParameter;
 
 private:
-    void parse();
+    friend class RequestBase; // walks the query that parsing has decoded
+
+    /// The same as above, and hands over the decoded parameters, in the order of the URL.
+    UrlPath(const Poco::URI& uriInput, QueryParameters& decodedQuery);
+
+    void parse(const QueryParameters& decodedQuery);
     void classifyRootLevel(const std::string& first);
     void classifyServiceLevel(const std::string& first, const std::string& second);
     void classifyResourceLevel(const std::string& first, const std::string& second, const std::string& third);

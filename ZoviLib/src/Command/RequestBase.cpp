@@ -8,9 +8,14 @@ namespace Zovi::Command
 RequestBase::RequestBase() = default;
 
 RequestBase::RequestBase(const Poco::URI& uri)
-    : m_urlPath(uri)
+    : RequestBase(uri, UrlPath::QueryParameters())
 {
-    initialize();
+}
+
+RequestBase::RequestBase(const Poco::URI& uri, UrlPath::QueryParameters&& decodedQuery)
+    : m_urlPath(uri, decodedQuery)
+{
+    buildCriteria(decodedQuery);
 }
 
 RequestBase::RequestBase(const UrlPath& path)
@@ -20,9 +25,8 @@ RequestBase::RequestBase(const UrlPath& path)
 }
 
 RequestBase::RequestBase(const std::string& url)
-    : m_urlPath(url)
+    : RequestBase(Poco::URI(url))
 {
-    initialize();
 }
 
 RequestBase::~RequestBase() = default;
@@ -31,41 +35,36 @@ void RequestBase::initializeFromUri(const Poco::URI& uri)
 {
     if (uri == m_urlPath.getUri())
         return;
-    m_urlPath = UrlPath(uri);
-    initialize();
-}
-
-bool RequestBase::hasRenderCriterion(const std::type_info& type) const
-{
-    return renderCriteria.find(type.name()) != renderCriteria.end();
-}
-
-bool RequestBase::hasSearchCriterion(const std::type_info& type) const
-{
-    return searchCriteria.find(type.name()) != searchCriteria.end();
+    UrlPath::QueryParameters decodedQuery;
+    m_urlPath = UrlPath(uri, decodedQuery);
+    renderCriteria.clear();
+    searchCriteria.clear();
+    buildCriteria(decodedQuery);
 }
 
 void RequestBase::initialize()
 {
-    renderCriteria.clear();
-    searchCriteria.clear();
-
-    UrlPath::QueryParameters parameters;
+    UrlPath::QueryParameters decodedQuery;
     try {
-        parameters = m_urlPath.getQueryParameters();
+        decodedQuery = m_urlPath.getQueryParameters();
     } catch (const Poco::Exception& failure) {
         ZOVI_LOG_WARNING("Request initilisation failed due to: " << failure.displayText());
         m_urlPath.setCharacteristicInvalid();
         return;
     }
-    if (parameters.empty())
+    buildCriteria(decodedQuery);
+}
+
+void RequestBase::buildCriteria(const UrlPath::QueryParameters& decodedQuery)
+{
+    if (decodedQuery.empty())
         return;
     if (m_urlPath.isReservedKeyword()) {
         m_urlPath.setCharacteristicInvalid();
         return;
     }
     PendingPaging paging;
-    for (const auto& [key, value] : parameters)
+    for (const auto& [key, value] : decodedQuery)
         dispatchParameter(key, value, paging);
     dispatchPaging(paging);
 }

@@ -121,37 +121,37 @@ void RequestBase::dispatchPaging(const PendingPaging& paging)
 
 bool RequestBase::hasFieldsCriteria() const
 {
-    return hasRenderCriterion(typeid(FilterParameter));
+    return renderCriteria.count(keyOf<FilterParameter>()) > 0;
 }
 
 bool RequestBase::hasSortbyCriteria() const
 {
-    return hasRenderCriterion(typeid(SortingParameter));
+    return renderCriteria.count(keyOf<SortingParameter>()) > 0;
 }
 
 bool RequestBase::hasPagingCriteria() const
 {
-    return hasRenderCriterion(typeid(Paging));
+    return renderCriteria.count(keyOf<Paging>()) > 0;
 }
 
 bool RequestBase::hasExpandCriteria() const
 {
-    return hasRenderCriterion(typeid(LevelExpansion));
+    return renderCriteria.count(keyOf<LevelExpansion>()) > 0;
 }
 
 bool RequestBase::hasPropertyExpandCriteria() const
 {
-    return hasRenderCriterion(typeid(PropertyExpansion));
+    return renderCriteria.count(keyOf<PropertyExpansion>()) > 0;
 }
 
 bool RequestBase::hasFreetextCriteria() const
 {
-    return hasSearchCriterion(typeid(AnyValueSearch));
+    return searchCriteria.count(keyOf<AnyValueSearch>()) > 0;
 }
 
 bool RequestBase::hasAttributeCriteria() const
 {
-    return hasSearchCriterion(typeid(AttributeValueSearch));
+    return searchCriteria.count(keyOf<AttributeValueSearch>()) > 0;
 }
 
 unsigned int RequestBase::getExpansionLevel() const

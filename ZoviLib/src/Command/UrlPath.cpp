@@ -1,6 +1,7 @@
 #include "Command/UrlPath.h"
 
 #include "Logging/LogStream.h"
+#include "QueryDecoder.h"
 
 #include <Poco/String.h>
 #include <Poco/UUID.h>
@@ -78,21 +79,26 @@ UrlPath::UrlPath() = default;
 UrlPath::UrlPath(const Poco::URI& uriInput)
     : uri(uriInput)
 {
-    parse();
+    parse(decodeQuery(uri));
 }
 
 UrlPath::UrlPath(const std::string& url)
     : uri(url)
 {
-    parse();
+    parse(decodeQuery(uri));
 }
 
-void UrlPath::parse()
+UrlPath::UrlPath(const Poco::URI& uriInput, QueryParameters& decodedQuery)
+    : uri(uriInput)
 {
-    std::vector<std::string> segments;
-    uri.getPathSegments(segments);
-    for (auto& [key, value] : uri.getQueryParameters())
-        queryParameter.emplace(std::move(key), std::move(value));
+    decodedQuery = decodeQuery(uri);
+    parse(decodedQuery);
+}
+
+void UrlPath::parse(const QueryParameters& decodedQuery)
+{
+    queryParameter.insert(decodedQuery.begin(), decodedQuery.end());
+    std::vector<std::string> segments = splitPath(uri);
 
     if (uri.getPath() == URI_ROOT) {
         characteristic = ROOT;
@@ -214,7 +220,7 @@ std::vector<std::string> UrlPath::getQueryParameters(const std::string& queryKey
 
 UrlPath::QueryParameters UrlPath::getQueryParameters() const
 {
-    return uri.getQueryParameters();
+    return decodeQuery(uri);
 }
 
 bool UrlPath::operator==(const UrlPath& rhs) const

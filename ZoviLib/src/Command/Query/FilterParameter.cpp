@@ -19,7 +19,11 @@ namespace
 
 constexpr std::string_view OFFSET_KEYWORD = "($offset:";
 constexpr std::string_view LIMIT_KEYWORD = ",$limit:";
-constexpr std::string_view NAME_END = ",(";
+
+bool endsName(char character)
+{
+    return character == ',' || character == '(';
+}
 
 bool isNumberCharacter(char character)
 {
@@ -81,13 +85,15 @@ void matchSlice(std::string_view rest, FieldMatch& match)
 FieldMatch findField(std::string_view text, std::size_t from)
 {
     FieldMatch match;
-    match.begin = text.find_first_not_of(NAME_END, from);
-    if (match.begin == std::string_view::npos)
+    const auto begin =
+        std::find_if_not(text.begin() + static_cast<std::ptrdiff_t>(from), text.end(), endsName);
+    if (begin == text.end())
         return match;
-    const std::size_t end = std::min(text.find_first_of(NAME_END, match.begin), text.size());
-    match.name = text.substr(match.begin, end - match.begin);
-    match.length = match.name.size();
-    matchSlice(text.substr(end), match);
+    match.begin = static_cast<std::size_t>(begin - text.begin());
+    const auto end = std::find_if(begin, text.end(), endsName);
+    match.length = static_cast<std::size_t>(end - begin);
+    match.name = text.substr(match.begin, match.length);
+    matchSlice(text.substr(match.begin + match.length), match);
     return match;
 }
 
