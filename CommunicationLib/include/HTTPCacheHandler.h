@@ -36,8 +36,8 @@ public:
     /// the "If-None-Match" of `request`. `CONTENT_UNCHANGED` if that names this content, in a list or alone,
     /// weak or strong, or if it is `*`; what is no entity tag there matches nothing.
     ///
-    /// The object is printed while it is hashed, so that no text of it is held. It must not be changed or
-    /// printed by another thread meanwhile. Throws what printing it throws, and nothing is written to
+    /// The object is printed while it is hashed, so that no text of it is held. It must not be changed by
+    /// another thread meanwhile. Throws what printing it throws, and nothing is written to
     /// `response` then. A null pointer is no content: `CONTENT_CHANGED`, and no ETag is written.
     CacheRequestResult handleRequest(const Poco::Net::HTTPRequest& request, Poco::Net::HTTPResponse& response,
                                      Poco::JSON::Object::Ptr jsonObject) const;

@@ -2,6 +2,7 @@
 
 #include "ContentHash.h"
 #include "HeaderFields.h"
+#include "JSONPrinter.h"
 
 #include <Poco/Ascii.h>
 #include <Poco/NumberFormatter.h>
@@ -209,8 +210,7 @@ Poco::UInt32 HTTPCacheHandler::calculateETag(const Poco::JSON::Object::Ptr& json
 {
     HashingBuf buffer;
     std::ostream stream(&buffer);
-    // Compact, as answers are printed.
-    jsonObject->stringify(stream, 0, -1);
+    Util::JSONPrinter::print(*jsonObject, stream);
     return buffer.value();
 }
 

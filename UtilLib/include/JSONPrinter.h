@@ -1,7 +1,5 @@
 #pragma once
 
-#include "UtilLibExport.h"
-
 #include <Poco/JSON/Array.h>
 #include <Poco/JSON/Object.h>
 
@@ -22,7 +20,7 @@ namespace Zovi::Util
 ///
 /// Throws what `stringify` throws, for instance `Poco::NullPointerException` for a null pointer among the
 /// values; what stands before that value has then been written.
-class KYRUTIL_API JSONPrinter
+class JSONPrinter
 {
 public:
     /// Writes the text of `object` to `out`.
