@@ -1,0 +1,133 @@
+#include "Command/QueryFilterJSON.h"
+
+#include "Command/Query/FilterParameter.h"
+#include "Command/Query/ValueSearch.h"
+#include "JsonMember.h"
+#include "Logging/LogStream.h"
+#include "RequestExpansion.h"
+
+#include <Poco/Bugcheck.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <utility>
+
+namespace Zovi
+{
+
+Poco::JSON::Object::Ptr copyObject(const Poco::JSON::Object& obj)
+{
+    return new Poco::JSON::Object(obj);
+}
+
+} // namespace Zovi
+
+namespace Zovi::Command
+{
+
+namespace
+{
+
+using Poco::Dynamic::Var;
+using Poco::JSON::Object;
+
+bool hasMatchingValue(const Object& object, const AnyValueSearch& search)
+{
+    return std::any_of(object.begin(), object.end(),
+                       [&](const auto& member) { return search.match(member.second); });
+}
+
+bool hasMatchingAttribute(const Object& object, const AttributeValueSearch& search)
+{
+    const Var* const value = findMember(object, search.getAttributeName());
+    return value && search.match(*value);
+}
+
+// Meant so: whatever a missing attribute or a null pointer does, it does not end the search; a wrong value
+// does.
+bool passesAttributeSearch(const Object& object, const AttributeValueSearchCollection& searches)
+{
+    std::uint16_t matches = 0;
+    for (const auto& search : searches) {
+        const Var* const value = search ? findMember(object, search->getAttributeName()) : nullptr;
+        if (!value)
+            continue;
+        if (!search->match(*value))
+            break;
+        ++matches;
+    }
+    return searches.empty() || searches.size() == matches;
+}
+
+// Meant so: the first hit of any search ends the count at 1, so that two searches or more never pass.
+bool passesFreetextSearch(const Object& object, const AnyValueSearchCollection& searches)
+{
+    const bool isHit = std::any_of(searches.begin(), searches.end(), [&](const auto& search) {
+        return search && hasMatchingValue(object, *search);
+    });
+    return searches.size() == (isHit ? 1U : 0U);
+}
+
+bool hasAnyField(const Object& object, const FilterParameter& selection)
+{
+    const std::vector<FilterField>& fields = selection.getFields();
+    return std::any_of(fields.begin(), fields.end(),
+                       [&](const FilterField& field) { return object.has(field.getName()); });
+}
+
+} // namespace
+
+void QueryFilterJSON::filterJSONObjectByQuery(const Object& jsonObject, const RequestBase& reqCommand,
+                                              Object& out_pJsonObject)
+{
+    RequestBase::QueryCollection<FilterParameter> filterParams;
+    reqCommand.extractRenderCriteria<FilterParameter>(filterParams);
+    if (filterParams.empty()) {
+        // An assigned object would list its members in the order of those of its source; a moved one does
+        // not.
+        Object copy(jsonObject);
+        out_pJsonObject = std::move(copy);
+    } else {
+        if (!filterParams.front())
+            Poco::Bugcheck::bugcheck(__FILE__, __LINE__);
+        filterParams.front()->applyFilter(jsonObject, out_pJsonObject);
+    }
+    if (const auto expand = expansionOf(reqCommand))
+        expand->apply(out_pJsonObject);
+}
+
+bool QueryFilterJSON::applyResourceSearch(const Object& pJsonObj,
+                                          const AttributeValueSearchCollection& attributeFilter,
+                                          const AnyValueSearchCollection& freetextFilter)
+{
+    return passesAttributeSearch(pJsonObj, attributeFilter) && passesFreetextSearch(pJsonObj, freetextFilter);
+}
+
+bool QueryFilterJSON::findContainedFreetexts(const Object& sourceObj,
+                                             const AnyValueSearchCollection& freetextsVec)
+{
+    return std::all_of(freetextsVec.begin(), freetextsVec.end(),
+                       [&](const auto& search) { return search && hasMatchingValue(sourceObj, *search); });
+}
+
+bool QueryFilterJSON::findContainedAttributePairs(const Object& sourceObj,
+                                                  const AttributeValueSearchCollection& attributePairVec)
+{
+    return std::all_of(attributePairVec.begin(), attributePairVec.end(), [&](const auto& search) {
+        return search && hasMatchingAttribute(sourceObj, *search);
+    });
+}
+
+bool QueryFilterJSON::findContainedFields(const Object& sourceObj,
+                                          const RequestBase::RenderCollection* fieldFilterVec)
+{
+    if (!fieldFilterVec) {
+        ZOVI_LOG_ERROR("Received invalid pointer for FieldFilter");
+        return false;
+    }
+    return std::all_of(fieldFilterVec->begin(), fieldFilterVec->end(), [&](const auto& criterion) {
+        return !criterion || hasAnyField(sourceObj, static_cast<const FilterParameter&>(*criterion));
+    });
+}
+
+} // namespace Zovi::Command
