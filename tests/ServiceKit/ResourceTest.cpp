@@ -1,6 +1,7 @@
 #include "ServiceKit/Resource.h"
 
 #include "SampleTree.h"
+#include "ServerMessages.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@ namespace Zovi::ServiceKit
 
 using Test::Puppet;
 using Test::ROOT_ID;
+using Test::ServerRequest;
 using Method = MethodSet::Method;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -39,6 +41,19 @@ TEST(Resource, IsOnlyReadUnlessToldOtherwise)
     EXPECT_EQ(puppet.elementMethods().toHeader(), "GET, HEAD");
     EXPECT_EQ(puppet.reference().uri, "/shop/puppet");
     EXPECT_EQ(puppet.description(), "Does as it is told.");
+}
+
+TEST(Resource, RefusesToWriteUnlessItIsOverridden)
+{
+    Puppet puppet(rootReference(ROOT_ID).child("shop"), [] { return new Poco::JSON::Array; });
+    ServerRequest request("POST", "/shop/puppet");
+    const Command::HttpRequest write(request);
+    try {
+        puppet.write(write);
+        ADD_FAILURE() << "not refused";
+    } catch (const RequestError& error) {
+        EXPECT_EQ(error.status(), Command::HTTPStatus::HTTP_NOT_IMPLEMENTED);
+    }
 }
 
 } // namespace Zovi::ServiceKit

@@ -1,0 +1,134 @@
+#include "ProcessResource.h"
+
+#include "JsonMatchers.h"
+#include "MadeUpMachine.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+namespace Zovi::Host
+{
+
+using ServiceKit::Reference;
+using ServiceKit::rootReference;
+using Zovi::Test::compact;
+using Zovi::Test::IsJson;
+using Zovi::Test::MadeUpMachine;
+
+namespace
+{
+
+const Reference HOST = rootReference(Poco::UUID::dns()).child("host");
+const HostIdentity IDENTITY{Poco::UUID::dns(), "boot-1"};
+
+// A user number that no machine has given a name.
+const std::string STATUS = "Uid:\t0\t3987654321\t0\t0\nVmRSS:\t100 kB\n";
+
+std::string idOf(const Poco::JSON::Object::Ptr& object)
+{
+    return object->getValue<std::string>("id");
+}
+
+} // namespace
+
+TEST(ProcessResource, DescribesAProcess)
+{
+    ASSERT_EQ(sysconf(_SC_CLK_TCK), 100);
+    const MadeUpMachine machine;
+    machine.write("proc/stat", "btime 1767225600\n");
+    machine.addProcess(1, 0, "init", STATUS);
+    machine.addProcess(20, 1, "cat", STATUS, "1234");
+    const auto elements = ProcessResource(HOST, IDENTITY, machine.root()).elements();
+    ASSERT_EQ(elements->size(), 2U);
+    const auto init = elements->getObject(0);
+    const auto cat = elements->getObject(1);
+    EXPECT_FALSE(init->has("parent"));
+    EXPECT_THAT(compact(cat), IsJson(R"({"pid":20,"name":"cat","state":"sleeping","user":"3987654321",
+        "residentMemory":102400,"cpuTime":3000,"threads":7,"startTime":1767225612340,
+        "id":")" + idOf(cat) + R"(","uri":"/host/processes/)" +
+                                     idOf(cat) + R"(",
+        "parent":{"id":")" + idOf(init) +
+                                     R"(","name":"init","uri":"/host/processes/)" + idOf(init) + R"("}})"));
+}
+
+TEST(ProcessResource, FindsAProcessByItsId)
+{
+    const MadeUpMachine machine;
+    machine.addProcess(1, 0, "init", STATUS);
+    machine.addProcess(20, 1, "cat", STATUS);
+    const ProcessResource resource(HOST, IDENTITY, machine.root());
+    const auto cat = resource.elements()->getObject(1);
+    EXPECT_EQ(compact(resource.element(Poco::UUID(idOf(cat)))), compact(cat));
+    EXPECT_TRUE(resource.element(Poco::UUID::dns()).isNull());
+    machine.remove("proc/20");
+    EXPECT_TRUE(resource.element(Poco::UUID(idOf(cat))).isNull());
+}
+
+TEST(ProcessResource, GivesEveryProcessAnIdOfItsOwn)
+{
+    const auto idWith = [](const HostIdentity& identity, int pid, const std::string& startTicks,
+                           const std::string& name) {
+        const MadeUpMachine machine;
+        machine.addProcess(pid, 0, name, STATUS, startTicks);
+        return idOf(ProcessResource(HOST, identity, machine.root()).elements()->getObject(0));
+    };
+    const std::string id = idWith(IDENTITY, 20, "1000", "cat");
+    EXPECT_EQ(id, idWith(IDENTITY, 20, "1000", "renamed"));
+    EXPECT_NE(id, idWith(IDENTITY, 21, "1000", "cat"));
+    EXPECT_NE(id, idWith(IDENTITY, 20, "1001", "cat"));
+    EXPECT_NE(id, idWith({Poco::UUID::dns(), "boot-2"}, 20, "1000", "cat"));
+}
+
+TEST(ProcessResource, KeepsAProcessWhoseParentIsOutOfSight)
+{
+    const MadeUpMachine machine;
+    machine.addProcess(20, 19, "cat", STATUS);
+    const auto elements = ProcessResource(HOST, IDENTITY, machine.root()).elements();
+    ASSERT_EQ(elements->size(), 1U);
+    EXPECT_FALSE(elements->getObject(0)->has("parent"));
+}
+
+TEST(ProcessResource, LeavesOutAProcessThatEndsMeanwhile)
+{
+    const MadeUpMachine machine;
+    machine.addProcess(1, 0, "init", STATUS);
+    machine.addProcess(20, 1, "cat", STATUS);
+    machine.remove("proc/20/status");
+    EXPECT_EQ(ProcessResource(HOST, IDENTITY, machine.root()).elements()->size(), 1U);
+}
+
+TEST(ProcessResource, MakesEveryNameValidJson)
+{
+    const MadeUpMachine machine;
+    machine.addProcess(20, 0, "\"\\\n) S 1 (\xFF", STATUS);
+    machine.addProcess(21, 20, "child", STATUS);
+    const auto elements = ProcessResource(HOST, IDENTITY, machine.root()).elements();
+    const auto parsed = Zovi::Test::parseJson(compact(elements)).extract<Poco::JSON::Array::Ptr>();
+    const std::string name = "\"\\\n) S 1 (\xEF\xBF\xBD";
+    EXPECT_EQ(parsed->getObject(0)->getValue<std::string>("name"), name);
+    EXPECT_EQ(parsed->getObject(1)->getObject("parent")->getValue<std::string>("name"), name);
+}
+
+TEST(ProcessResource, SpecifiesEveryAttributeItGives)
+{
+    const MadeUpMachine machine;
+    machine.addProcess(1, 0, "init", STATUS);
+    machine.addProcess(20, 1, "cat", STATUS);
+    const ProcessResource resource(HOST, IDENTITY, machine.root());
+    const auto attributes = resource.specification()->getObject("attributes");
+    EXPECT_EQ(attributes->getNames(), resource.elements()->getObject(1)->getNames());
+}
+
+TEST(ProcessResource, SeesTheProcessThatAsks)
+{
+    const ProcessResource resource(HOST, IDENTITY, "/");
+    const auto elements = resource.elements();
+    int found = 0;
+    for (std::size_t i = 0; i < elements->size(); ++i)
+        found += elements->getObject(static_cast<unsigned>(i))->getValue<int>("pid") == getpid();
+    EXPECT_EQ(found, 1);
+}
+
+} // namespace Zovi::Host
