@@ -1,0 +1,208 @@
+#include "Command/QueryFilterJSON.h"
+
+#include "../reference/PlainEvaluation.h"
+#include "../reference/RandomDocuments.h"
+#include "Command/RequestBase.h"
+#include "LogCapture.h"
+#include "RandomSource.h"
+
+#include <Poco/Exception.h>
+#include <Poco/URI.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <typeinfo>
+
+using Poco::JSON::Array;
+using Poco::JSON::Object;
+using Zovi::Command::QueryFilterJSON;
+using Zovi::Command::RequestBase;
+using Zovi::Test::describe;
+using Zovi::Test::describeSharing;
+using Zovi::Test::LogCapture;
+using Zovi::Test::PlainEvaluation;
+using Zovi::Test::RandomDocuments;
+using Zovi::Test::RandomSource;
+
+namespace
+{
+
+/// How many cases a test makes: its share, in percent, of the 10,000 of a daily run, or of as many as
+/// ZOVI_TEST_CASES asks for.
+int caseCount(int percent)
+{
+    const char* text = std::getenv("ZOVI_TEST_CASES");
+    return (text ? std::atoi(text) : 10000) / 100 * percent;
+}
+
+/// Everything about one evaluation that a caller can tell.
+struct Outcome {
+    std::string validity;
+    std::string exception;
+    std::string output;
+    std::string paging;
+    std::string sharing;
+    std::string input; ///< after the evaluation
+    std::vector<std::string> logged;
+};
+
+std::string describeFailure(const std::exception& failure)
+{
+    const auto* known = dynamic_cast<const Poco::Exception*>(&failure);
+    return std::string(typeid(failure).name()) + ": " + (known ? known->displayText() : failure.what());
+}
+
+template <typename Evaluate>
+std::string exceptionOf(const Evaluate& evaluate)
+{
+    try {
+        evaluate();
+        return "none";
+    } catch (const std::exception& failure) {
+        return describeFailure(failure);
+    }
+}
+
+Array leftOver()
+{
+    Array array;
+    array.add("what stood here before");
+    return array;
+}
+
+Object::Ptr formerPaging()
+{
+    Object::Ptr paging = new Object;
+    paging->set("former", true);
+    return paging;
+}
+
+template <typename Evaluate>
+Outcome evaluateCollection(const Array& original, bool inPlace, const Evaluate& evaluate)
+{
+    Array input = Zovi::Test::cloneDeep(original);
+    const Array before = input;
+    Array output = leftOver();
+    Array& target = inPlace ? input : output;
+    Object::Ptr paging = formerPaging();
+    Outcome outcome;
+    outcome.exception = exceptionOf([&] { evaluate(input, target, paging); });
+    outcome.output = describe(target);
+    outcome.paging = describe(paging);
+    outcome.sharing = describeSharing(before, target);
+    outcome.input = describe(before);
+    return outcome;
+}
+
+Outcome plainCollection(const std::string& url, const Array& original, bool inPlace)
+{
+    std::vector<std::string> logged;
+    std::string validity;
+    Outcome outcome =
+        evaluateCollection(original, inPlace, [&](const Array& in, Array& out, Object::Ptr& paging) {
+            PlainEvaluation plain(url, logged);
+            validity = plain.isValid() ? "valid" : "condemned";
+            plain.evaluate(in, out, paging);
+        });
+    outcome.logged = logged;
+    outcome.validity = validity;
+    return outcome;
+}
+
+Outcome productCollection(const std::string& url, const Array& original, bool inPlace)
+{
+    LogCapture log(Poco::Message::PRIO_NOTICE);
+    std::string validity;
+    Outcome outcome =
+        evaluateCollection(original, inPlace, [&](const Array& in, Array& out, Object::Ptr& paging) {
+            const RequestBase request{Poco::URI(url)};
+            validity = request.getUrlPath().isValid() ? "valid" : "condemned";
+            QueryFilterJSON::filterJSONArrayByQuery(in, request, out, paging);
+        });
+    outcome.logged = log.texts();
+    outcome.validity = validity;
+    return outcome;
+}
+
+template <typename Evaluate>
+Outcome evaluateObject(const Object& original, const Evaluate& evaluate)
+{
+    Object::Ptr input = Zovi::Test::cloneDeep(original);
+    Object output;
+    output.set("former", true);
+    Outcome outcome;
+    outcome.exception = exceptionOf([&] { evaluate(*input, output); });
+    outcome.output = describe(output);
+    outcome.sharing = describeSharing(*input, output);
+    outcome.input = describe(input);
+    return outcome;
+}
+
+Outcome plainObject(const std::string& url, const Object& original)
+{
+    return evaluateObject(original, [&](const Object& in, Object& out) {
+        std::vector<std::string> logged;
+        PlainEvaluation(url, logged).evaluate(in, out);
+    });
+}
+
+Outcome productObject(const std::string& url, const Object& original)
+{
+    return evaluateObject(original, [&](const Object& in, Object& out) {
+        QueryFilterJSON::filterJSONObjectByQuery(in, RequestBase(Poco::URI(url)), out);
+    });
+}
+
+void expectEqual(const Outcome& product, const Outcome& plain)
+{
+    EXPECT_EQ(product.validity, plain.validity);
+    EXPECT_EQ(product.exception, plain.exception);
+    EXPECT_EQ(product.output, plain.output);
+    EXPECT_EQ(product.paging, plain.paging);
+    EXPECT_EQ(product.sharing, plain.sharing);
+    EXPECT_EQ(product.input, plain.input);
+    EXPECT_EQ(product.logged, plain.logged);
+}
+
+} // namespace
+
+TEST(QueryRandom, AnswersSmallMixedCollectionsAsThePlainEvaluationDoes)
+{
+    RandomSource random;
+    RandomDocuments documents(random);
+    for (int i = 0; i < caseCount(50) && !HasFailure(); ++i) {
+        const Array input = documents.mixedCollection();
+        const std::string url = "/svc/res" + documents.query(false);
+        const bool inPlace = random.oneIn(4);
+        SCOPED_TRACE("case " + std::to_string(i) + ", " + url + (inPlace ? " in place" : "") + " on " +
+                     describe(input));
+        expectEqual(productCollection(url, input, inPlace), plainCollection(url, input, inPlace));
+    }
+}
+
+TEST(QueryRandom, AnswersLargeUniformCollectionsAsThePlainEvaluationDoes)
+{
+    RandomSource random;
+    RandomDocuments documents(random);
+    for (int i = 0; i < caseCount(10) && !HasFailure(); ++i) {
+        const Array input = documents.uniformCollection();
+        const std::string url = "/svc/res" + documents.query(true);
+        SCOPED_TRACE("case " + std::to_string(i) + ", " + url + ", " + std::to_string(input.size()) +
+                     " objects");
+        expectEqual(productCollection(url, input, false), plainCollection(url, input, false));
+    }
+}
+
+TEST(QueryRandom, AnswersOneObjectAsThePlainEvaluationDoes)
+{
+    RandomSource random;
+    RandomDocuments documents(random);
+    for (int i = 0; i < caseCount(40) && !HasFailure(); ++i) {
+        const Object::Ptr input = documents.mixedObject();
+        const std::string url = "/svc/res" + documents.query(false);
+        SCOPED_TRACE("case " + std::to_string(i) + ", " + url + " on " + describe(input));
+        expectEqual(productObject(url, *input), plainObject(url, *input));
+    }
+}

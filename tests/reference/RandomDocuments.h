@@ -1,0 +1,65 @@
+#pragma once
+
+#include "RandomSource.h"
+
+#include <Poco/JSON/Array.h>
+#include <Poco/JSON/Object.h>
+
+#include <string>
+
+namespace Zovi::Test
+{
+
+/// Makes documents and queries at random, chosen to meet the corners of the evaluation.
+class RandomDocuments
+{
+public:
+    explicit RandomDocuments(RandomSource& random)
+        : m_random(random)
+    {
+    }
+
+    /// A collection of up to 16 objects in which any member may hold anything: text, numbers of all kinds,
+    /// null, objects and arrays by pointer and by value, nested and shared ones; and between the objects
+    /// elements that are none.
+    Poco::JSON::Array mixedCollection();
+
+    /// A collection of up to 300 objects whose members hold one kind of value each, or are missing.
+    Poco::JSON::Array uniformCollection();
+
+    /// An object as in `mixedCollection`.
+    Poco::JSON::Object::Ptr mixedObject();
+
+    /// The text of a query, with the question mark in front unless it is empty. `isUniform` says for which
+    /// kind of collection.
+    std::string query(bool isUniform);
+
+private:
+    Poco::Dynamic::Var anyValue(int depth);
+    Poco::Dynamic::Var anyScalar();
+    Poco::Dynamic::Var uniformValue(const std::string& name);
+    Poco::Dynamic::Var anyObject(int depth);
+    Poco::Dynamic::Var anyArray(int depth);
+    std::string id();
+    std::string parameter(bool isUniform);
+    std::string fieldList();
+    std::string sortList(bool isUniform);
+    std::string searchValue();
+    std::string number();
+
+    RandomSource& m_random;
+};
+
+/// A copy of `array` that shares nothing with it and in which what was shared is shared as before.
+Poco::JSON::Array cloneDeep(const Poco::JSON::Array& array);
+Poco::JSON::Object::Ptr cloneDeep(const Poco::JSON::Object& object);
+
+/// Says where in `output` values stand that are shared with `input`, as lines "path = path".
+std::string describeSharing(const Poco::JSON::Array& input, const Poco::JSON::Array& output);
+std::string describeSharing(const Poco::JSON::Object& input, const Poco::JSON::Object& output);
+
+/// The text of a document in which also what JSON cannot show is told apart: null pointers, and how values
+/// are held.
+std::string describe(const Poco::Dynamic::Var& value);
+
+} // namespace Zovi::Test
