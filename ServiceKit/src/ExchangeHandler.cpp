@@ -3,6 +3,7 @@
 #include "Command/HttpRequest.h"
 #include "HTTPEncoderDecoder.h"
 #include "Logging/LogStream.h"
+#include "QueryFault.h"
 #include "RequestChecks.h"
 #include "ServiceKit/RequestError.h"
 #include "ServiceKit/Text.h"
@@ -11,6 +12,7 @@
 #include <Poco/Exception.h>
 #include <Poco/Net/HTTPRequest.h>
 #include <Poco/Net/NetException.h>
+#include <Poco/RegularExpression.h>
 
 #include <exception>
 #include <utility>
@@ -56,6 +58,8 @@ std::unique_ptr<HttpRequest> readRequest(HTTPServerRequest& request, Net::HTTPEn
         throw RequestError(HTTPStatus::HTTP_REQUEST_ENTITY_TOO_LARGE, failure.message());
     } catch (const Poco::TimeoutException&) {
         throw RequestError(HTTPStatus::HTTP_REQUEST_TIMEOUT, "the body did not arrive in time");
+    } catch (const Poco::RegularExpressionException&) {
+        throw RequestError(HTTPStatus::HTTP_BAD_REQUEST, describeQueryFault(Poco::URI(request.getURI())));
     } catch (const Poco::DataFormatException& failure) {
         throw RequestError(HTTPStatus::HTTP_BAD_REQUEST, "damaged body: " + failure.message());
     } catch (const Poco::Net::MessageException& failure) {
@@ -65,13 +69,8 @@ std::unique_ptr<HttpRequest> readRequest(HTTPServerRequest& request, Net::HTTPEn
 
 void checkQuery(const HttpRequest& request)
 {
-    const UrlPath& path = request.getUrlPath();
-    if (path.isValid())
-        return;
-    const std::string query = inQuotes(path.getUri().getRawQuery());
-    const bool takesNone = UrlPath(Poco::URI(path.getUri().getPath())).isReservedKeyword();
-    throw RequestError(HTTPStatus::HTTP_BAD_REQUEST,
-                       (takesNone ? "this address takes no query: " : "malformed query: ") + query);
+    if (!request.getUrlPath().isValid())
+        throw RequestError(HTTPStatus::HTTP_BAD_REQUEST, describeQueryFault(request.getUri()));
 }
 
 HttpResponse internalError(const HTTPServerRequest& request, const std::string& reason)

@@ -1,9 +1,11 @@
 #include "ServiceKit/TreeReader.h"
 
+#include "Command/QueryFilterJSON.h"
 #include "Command/ResponseObject.h"
 #include "ServiceKit/RequestError.h"
 #include "ServiceKit/Text.h"
 
+#include <Poco/RegularExpression.h>
 #include <Poco/String.h>
 
 namespace Zovi::ServiceKit
@@ -14,6 +16,7 @@ namespace
 
 using Command::HttpResponse;
 using Command::HTTPStatus;
+using Command::QueryFilterJSON;
 using Command::RequestBase;
 using Command::UrlPath;
 
@@ -107,6 +110,17 @@ HttpResponse answerElementOf(const Resource& resource, const RequestBase& reques
     return answerElement(request, element);
 }
 
+/// A pattern may be well-formed and yet ask for more than is granted, which shows only at a value.
+template <typename Evaluation>
+void evaluate(const Evaluation& evaluation)
+{
+    try {
+        evaluation();
+    } catch (const Poco::RegularExpressionException&) {
+        throw RequestError(HTTPStatus::HTTP_BAD_REQUEST, "a search pattern takes too much effort to match");
+    }
+}
+
 } // namespace
 
 TreeReader::TreeReader(const ServiceTree& tree)
@@ -163,14 +177,21 @@ HttpResponse TreeReader::readResource(const RequestBase& request) const
     }
 }
 
-HttpResponse answerCollection(const RequestBase&, const Poco::JSON::Array::Ptr& elements)
+HttpResponse answerCollection(const RequestBase& request, const Poco::JSON::Array::Ptr& elements)
 {
-    return HttpResponse(HTTPStatus::HTTP_OK, Command::ResponseObject(elements));
+    Poco::JSON::Array::Ptr page = new Poco::JSON::Array;
+    Poco::JSON::Object::Ptr paging;
+    evaluate([&] { QueryFilterJSON::filterJSONArrayByQuery(*elements, request, *page, paging); });
+    HttpResponse answer(HTTPStatus::HTTP_OK);
+    answer.setDataFromArray(page, paging);
+    return answer;
 }
 
-HttpResponse answerElement(const RequestBase&, const Poco::JSON::Object::Ptr& element)
+HttpResponse answerElement(const RequestBase& request, const Poco::JSON::Object::Ptr& element)
 {
-    return HttpResponse(HTTPStatus::HTTP_OK, Command::ResponseObject(element));
+    Poco::JSON::Object::Ptr shaped = new Poco::JSON::Object;
+    evaluate([&] { QueryFilterJSON::filterJSONObjectByQuery(*element, request, *shaped); });
+    return HttpResponse(HTTPStatus::HTTP_OK, Command::ResponseObject(shaped));
 }
 
 } // namespace Zovi::ServiceKit

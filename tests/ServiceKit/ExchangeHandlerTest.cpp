@@ -428,7 +428,9 @@ TEST(ExchangeHandler, ReportsADocumentThatCannotBePrinted)
     };
     const SampleServer server([] {
         Poco::JSON::Array::Ptr array = new Poco::JSON::Array;
-        array->add(std::vector<Poco::Dynamic::Var>{Poco::Dynamic::Var(Unprintable())});
+        Poco::JSON::Object::Ptr element = new Poco::JSON::Object;
+        element->set("items", std::vector<Poco::Dynamic::Var>{Poco::Dynamic::Var(Unprintable())});
+        array->add(element);
         return array;
     });
     const LogCapture log(Poco::Message::PRIO_ERROR);

@@ -15,6 +15,7 @@ using Test::compact;
 using Test::IsJson;
 using Test::makeSampleTree;
 using Test::ROOT_ID;
+using ::testing::HasSubstr;
 
 namespace
 {
@@ -119,6 +120,48 @@ TEST(TreeReader, RefusesWhatIsNotThere)
             EXPECT_EQ(error.status(), HTTPStatus::HTTP_NOT_FOUND);
             EXPECT_EQ(error.what(), row.message);
         }
+    }
+}
+
+TEST(TreeReader, ShapesACollectionAsTheQueryAsks)
+{
+    EXPECT_THAT(listAt("/shop/basket?name=pear"), IsJson("[]"));
+    EXPECT_THAT(listAt("/shop/basket?$q=app%25"), IsJson("[" + APPLE + "]"));
+    EXPECT_THAT(listAt("/?name=sh%25&$fields=id"),
+                IsJson(R"([{"id":")" + SHOP_ID + R"(","name":"shop","uri":"/shop"}])"));
+}
+
+TEST(TreeReader, TellsOfThePageThatItCut)
+{
+    const auto tree = makeSampleTree();
+    const Command::HttpResponse answer =
+        TreeReader(*tree).read(RequestBase(Poco::URI("/shop/basket?$limit=0")));
+    EXPECT_THAT(compact(answer.getJson()), HasSubstr(R"("paging":{"total":1})"));
+    const Command::HttpResponse whole = TreeReader(*tree).read(RequestBase(Poco::URI("/shop/basket")));
+    EXPECT_FALSE(whole.getJson()->has("paging"));
+}
+
+TEST(TreeReader, ShapesAnElementAsTheQueryAsks)
+{
+    EXPECT_THAT(dataAt("/shop?$fields=name"),
+                IsJson(R"({"id":")" + SHOP_ID + R"(","name":"shop","uri":"/shop"})"));
+}
+
+TEST(TreeReader, RefusesAPatternThatTakesTooMuchEffort)
+{
+    const auto tree = makeSampleTree([] {
+        Poco::JSON::Array::Ptr array = new Poco::JSON::Array;
+        Poco::JSON::Object::Ptr element = new Poco::JSON::Object;
+        element->set("name", std::string(10000, 'a'));
+        array->add(element);
+        return array;
+    });
+    try {
+        TreeReader(*tree).read(RequestBase(Poco::URI("/shop/puppet?$q=(.%7Ca)*b")));
+        FAIL() << "the pattern was matched";
+    } catch (const RequestError& refusal) {
+        EXPECT_EQ(refusal.status(), HTTPStatus::HTTP_BAD_REQUEST);
+        EXPECT_STREQ(refusal.what(), "a search pattern takes too much effort to match");
     }
 }
 

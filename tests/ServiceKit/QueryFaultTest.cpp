@@ -1,0 +1,70 @@
+#include "QueryFault.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace Zovi::ServiceKit
+{
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+namespace
+{
+
+std::string faultOf(const std::string& query, const std::string& path = "/shop/basket")
+{
+    return describeQueryFault(Poco::URI(path + "?" + query));
+}
+
+} // namespace
+
+TEST(QueryFault, NamesTheParameterAndItsValueAndWhatIsExpected)
+{
+    const struct {
+        const char* query;
+        const char* start;
+        const char* expectation;
+    } ROWS[] = {
+        {"$fields=a,,b", "parameter '$fields' is 'a,,b', expected ", "field names"},
+        {"$sortby=", "parameter '$sortby' is '', expected ", "descending order"},
+        {"$expand=4", "parameter '$expand' is '4', expected ", "level from 0 to 3"},
+        {"$offset=first", "parameter '$offset' is 'first', expected ", "an index"},
+        {"$limit=abc", "parameter '$limit' is 'abc', expected ", "number of elements"},
+        {"$q=(", "parameter '$q' is '(', expected ", "regular expression"},
+        {"name=(%25", "parameter 'name' is '(%', expected ", "regular expression"},
+    };
+    for (const auto& row : ROWS) {
+        SCOPED_TRACE(row.query);
+        EXPECT_THAT(faultOf(row.query), StartsWith(row.start));
+        EXPECT_THAT(faultOf(row.query), HasSubstr(row.expectation));
+    }
+}
+
+TEST(QueryFault, FindsTheOneParameterAmongGoodOnes)
+{
+    EXPECT_THAT(faultOf("$limit=5&$sortby=-size&$expand=9&name=apple"),
+                StartsWith("parameter '$expand' is '9'"));
+}
+
+TEST(QueryFault, TellsOfAParameterThatStandsTwice)
+{
+    EXPECT_EQ(faultOf("$limit=5&name=a&name=b&$limit=6"), "parameter '$limit' stands more than once");
+    EXPECT_EQ(faultOf("$sortby=a&$sortby=b"), "parameter '$sortby' stands more than once");
+    EXPECT_EQ(faultOf("$expand=1&$expand=a"), "parameter '$expand' stands more than once");
+    EXPECT_EQ(faultOf("$offset=1&$offset=2"), "parameter '$offset' stands more than once");
+}
+
+TEST(QueryFault, TellsThatAnAddressTakesNoQuery)
+{
+    EXPECT_EQ(faultOf("x=1", "/shop/id"), "this address takes no query: 'x=1'");
+    EXPECT_EQ(faultOf("x=1", "/shop/basket/spec"), "this address takes no query: 'x=1'");
+}
+
+TEST(QueryFault, ReplacesWhatCannotStandInADocument)
+{
+    EXPECT_THAT(faultOf("$limit=%ff%0a"),
+                StartsWith("parameter '$limit' is '\xEF\xBF\xBD\xEF\xBF\xBD', expected"));
+}
+
+} // namespace Zovi::ServiceKit
