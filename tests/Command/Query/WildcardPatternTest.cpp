@@ -1,9 +1,7 @@
 #include "WildcardPattern.h"
 
+#include "PlainPattern.h"
 #include "RandomSource.h"
-
-#include <Poco/RegularExpression.h>
-#include <Poco/StringTokenizer.h>
 
 #include <gmock/gmock.h>
 
@@ -21,6 +19,7 @@ namespace
 {
 
 using namespace std::string_literals;
+using Test::PlainPattern;
 using Test::RandomSource;
 
 using Values = std::vector<std::string>;
@@ -34,40 +33,6 @@ bool match(const Values& values, const std::string& text)
 {
     return patternOf(values)->match(text);
 }
-
-Values split(const std::string& list)
-{
-    const Poco::StringTokenizer tokens(
-        list, ",", Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM);
-    return {tokens.begin(), tokens.end()};
-}
-
-/// The plain way: the list as one regular expression that has to match the whole text.
-class PlainReference
-{
-public:
-    explicit PlainReference(const Values& values)
-        : m_expression(expressionOf(values), 0, true)
-    {
-    }
-
-    bool match(const std::string& text) const { return m_expression.match(text, 0); }
-
-    static std::string expressionOf(const Values& values)
-    {
-        static const Poco::RegularExpression wildcards("(%|%25)+", 0, true);
-        std::string expression;
-        for (std::string value : values) {
-            wildcards.subst(value, 0, ".*", Poco::RegularExpression::RE_GLOBAL);
-            expression += "^" + value + "$|";
-        }
-        expression.pop_back();
-        return expression;
-    }
-
-private:
-    Poco::RegularExpression m_expression;
-};
 
 /// Text that is easily cut or matched in the wrong place.
 const std::string NASTY_CHARACTERS = "aaab25\n\n\r \xE4\xFF"s + '\0';
@@ -294,12 +259,12 @@ TEST(WildcardPattern, GivesWhatTheRegularExpressionOfTheListGives)
     std::size_t pairs = 0;
     std::size_t matches = 0;
     while (pairs < LISTS * SUBJECTS) {
-        const Values values = split(randomList(random));
+        const Values values = PlainPattern::split(randomList(random));
         if (values.empty())
             continue;
         const auto pattern = patternOf(values);
         ASSERT_TRUE(pattern) << ::testing::PrintToString(values);
-        const PlainReference reference(values);
+        const PlainPattern reference(values);
         for (std::size_t i = 0; i != SUBJECTS; ++i, ++pairs) {
             const std::string subject = randomSubject(random, values);
             const bool expected = reference.match(subject);

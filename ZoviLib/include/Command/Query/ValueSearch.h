@@ -33,6 +33,9 @@ class WildcardPattern;
 /// may ask for more steps or deeper nesting than is safe to give, the sooner the longer the text; matching
 /// then ends in a `Poco::RegularExpressionException`, with less than 256 KiB of stack in use.
 ///
+/// A pattern that calls its own groups, as in `(a|b)(?1)`, more than a few times is taken for one that does
+/// not compile.
+///
 /// Always valid: a pattern that does not compile leaves the constructor of the derived class by a
 /// `Poco::RegularExpressionException`. Any number of threads may match with one criterion.
 class KYRZOVI_API AbstractValueSearch : public SearchCriterion

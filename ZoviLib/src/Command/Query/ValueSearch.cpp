@@ -39,6 +39,11 @@ constexpr std::size_t SHORT_TEXT_LENGTH = 16 * 1024;
 /// bytes of the 64 KiB that an expression may take.
 constexpr std::size_t CERTAINLY_COMPILES = 8000;
 
+/// Compiling follows each call of a group into the group, and each call in there: n calls may take 2^n steps
+/// and, where a repetition multiplies the calls, far more. No limit inside a pattern stops that.
+constexpr std::size_t SUBROUTINE_CALL_LIMIT = 12;
+constexpr std::size_t REPEATED_SUBROUTINE_CALL_LIMIT = 2;
+
 const std::string NOTHING_MATCHES = "(?!)";
 
 /// What the texts of numbers are made of, "inf" and "nan" included.
@@ -70,9 +75,44 @@ std::string prepareRegEx(const std::vector<std::string>& values)
     return alternatives;
 }
 
+bool isDigit(char character)
+{
+    return character >= '0' && character <= '9';
+}
+
+/// True if `rest` begins with a call of a group, in any of its notations: `(?R)`, `(?1)`, `(?-1)`,
+/// `(?&name)`,
+/// `(?P>name)`, `\g<1>` and `\g'1'`.
+bool beginsWithSubroutineCall(std::string_view rest)
+{
+    const auto at = [rest](std::size_t index) {
+        return index < rest.size() ? rest[index] : '\0';
+    };
+    if (at(0) == '\\')
+        return at(1) == 'g' && (at(2) == '<' || at(2) == '\'');
+    if (at(0) != '(' || at(1) != '?')
+        return false;
+    const bool isSigned = at(2) == '+' || at(2) == '-';
+    return at(2) == 'R' || at(2) == '&' || (at(2) == 'P' && at(3) == '>') || isDigit(at(isSigned ? 3 : 2));
+}
+
+/// Counts also what only looks like a call, such as one inside a character class.
+void refuseManySubroutineCalls(std::string_view pattern)
+{
+    const bool repeats = pattern.find('{') != std::string_view::npos;
+    const std::size_t limit = repeats ? REPEATED_SUBROUTINE_CALL_LIMIT : SUBROUTINE_CALL_LIMIT;
+    std::size_t calls = 0;
+    for (std::size_t i = pattern.find_first_of("(\\"); i != std::string_view::npos;
+         i = pattern.find_first_of("(\\", i + 1))
+        calls += beginsWithSubroutineCall(pattern.substr(i)) ? 1U : 0U;
+    if (calls > limit)
+        throw Poco::RegularExpressionException("too many subroutine calls");
+}
+
 /// A pattern that tries to set limits of its own cannot: such words count at the very start only.
 std::unique_ptr<Poco::RegularExpression> compile(const std::string& pattern, const std::string& limits)
 {
+    refuseManySubroutineCalls(pattern);
     try {
         return std::make_unique<Poco::RegularExpression>(limits + pattern, 0, true);
     } catch (const Poco::RegularExpressionException&) {
