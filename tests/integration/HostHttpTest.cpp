@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -25,6 +26,7 @@ using Poco::Net::HTTPResponse;
 using ::testing::HasSubstr;
 using ::testing::IsSupersetOf;
 using ::testing::StartsWith;
+using ::testing::UnorderedElementsAre;
 using Zovi::Test::HostProgram;
 using Zovi::Test::parseJson;
 using Zovi::Test::RawAnswer;
@@ -88,6 +90,13 @@ protected:
     static Object::Ptr objectAt(const std::string& url) { return document(url)->getObject("data"); }
     static Array::Ptr arrayAt(const std::string& url) { return document(url)->getArray("data"); }
 
+    /// The first element that the query selects, a null pointer if there is none.
+    static Object::Ptr firstAt(const std::string& url)
+    {
+        const Array::Ptr elements = arrayAt(url);
+        return elements->size() == 0 ? Object::Ptr() : elements->getObject(0);
+    }
+
     static std::unique_ptr<HostProgram> program;
     static std::unique_ptr<Poco::Net::SocketAddress> address;
 };
@@ -98,15 +107,6 @@ std::unique_ptr<Poco::Net::SocketAddress> HostHttp::address;
 std::string textOf(const Object::Ptr& object, const std::string& key)
 {
     return object->getValue<std::string>(key);
-}
-
-Object::Ptr elementWith(const Array::Ptr& array, const std::string& key, const std::string& value)
-{
-    for (unsigned i = 0; i < array->size(); ++i) {
-        if (array->getObject(i)->optValue<std::string>(key, "") == value)
-            return array->getObject(i);
-    }
-    return {};
 }
 
 } // namespace
@@ -169,7 +169,7 @@ TEST_F(HostHttp, LeadsFromTheRootToEveryElement)
 
 TEST_F(HostHttp, ShowsTheProcessThatAsks)
 {
-    const Object::Ptr self = elementWith(arrayAt("/host/processes"), "pid", std::to_string(getpid()));
+    const Object::Ptr self = firstAt("/host/processes?pid=" + std::to_string(getpid()));
     ASSERT_FALSE(self.isNull());
     EXPECT_EQ(textOf(self, "name"), "HostHttpTest");
     EXPECT_GT(self->getValue<Poco::Int64>("residentMemory"), 1'000'000);
@@ -179,14 +179,64 @@ TEST_F(HostHttp, ShowsTheProcessThatAsks)
     EXPECT_GT(age, -10'000);
     EXPECT_LT(age, 600'000);
     // The service is a child of this test.
-    const Object::Ptr service = elementWith(arrayAt("/host/processes"), "name", "kyr-host");
+    const Object::Ptr service = firstAt("/host/processes?name=kyr-host&$sortby=-startTime");
     ASSERT_FALSE(service.isNull());
-    EXPECT_FALSE(elementWith(arrayAt("/host/processes"), "name", "kyr-host")->getObject("parent").isNull());
+    EXPECT_FALSE(service->getObject("parent").isNull());
+}
+
+TEST_F(HostHttp, ShowsTheLargestProcessesFirst)
+{
+    const Object::Ptr answer =
+        document("/host/processes?$sortby=-residentMemory&$limit=5&$fields=residentMemory,state");
+    const Array::Ptr largest = answer->getArray("data");
+    ASSERT_GE(largest->size(), 2U);
+    EXPECT_LE(largest->size(), 5U);
+    EXPECT_GE(answer->getObject("paging")->getValue<unsigned>("total"), largest->size());
+    Poco::Int64 previous = std::numeric_limits<Poco::Int64>::max();
+    for (unsigned i = 0; i < largest->size(); ++i) {
+        const Object::Ptr process = largest->getObject(i);
+        EXPECT_THAT(process->getNames(),
+                    UnorderedElementsAre("id", "name", "residentMemory", "state", "uri"));
+        EXPECT_LE(process->getValue<Poco::Int64>("residentMemory"), previous);
+        previous = process->getValue<Poco::Int64>("residentMemory");
+    }
+}
+
+TEST_F(HostHttp, LeadsFromPageToPage)
+{
+    const Object::Ptr first = document("/host/processes?$limit=1&$fields=pid&$sortby=pid");
+    ASSERT_EQ(first->getArray("data")->size(), 1U);
+    const std::string next = textOf(first->getObject("paging"), "next");
+    const Object::Ptr second = document(next);
+    ASSERT_EQ(second->getArray("data")->size(), 1U);
+    EXPECT_LT(first->getArray("data")->getObject(0)->getValue<int>("pid"),
+              second->getArray("data")->getObject(0)->getValue<int>("pid"));
+    EXPECT_EQ(textOf(second->getObject("paging"), "previous"),
+              "/host/processes?$limit=1&$offset=0&$fields=pid&$sortby=pid");
+}
+
+TEST_F(HostHttp, NamesTheParameterThatIsRefused)
+{
+    const struct {
+        std::string query;
+        std::string message;
+    } rows[] = {
+        {"$limit=5&$expand=4&name=x", "parameter '$expand' is '4', expected "},
+        {"$sortby=name&$sortby=pid", "parameter '$sortby' stands more than once"},
+        {"$q=(", "parameter '$q' is '(', expected "},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.query);
+        const Answer answer = ask("GET", "/host/processes?" + row.query);
+        EXPECT_EQ(answer.head.getStatus(), HTTPResponse::HTTP_BAD_REQUEST);
+        const auto object = parseJson(answer.body).extract<Object::Ptr>();
+        EXPECT_THAT(textOf(object, "message"), StartsWith(row.message));
+    }
 }
 
 TEST_F(HostHttp, ShowsTheLoopbackInterface)
 {
-    const Object::Ptr loopback = elementWith(arrayAt("/host/interfaces"), "name", "lo");
+    const Object::Ptr loopback = firstAt("/host/interfaces?name=lo");
     if (loopback.isNull())
         GTEST_SKIP() << "this machine shows no interfaces";
     EXPECT_GT(loopback->getValue<Poco::Int64>("bytesReceived"), 0);
@@ -195,7 +245,7 @@ TEST_F(HostHttp, ShowsTheLoopbackInterface)
 
 TEST_F(HostHttp, ShowsTheRootFilesystem)
 {
-    const Object::Ptr root = elementWith(arrayAt("/host/filesystems"), "mountPoint", "/");
+    const Object::Ptr root = firstAt("/host/filesystems?mountPoint=/");
     if (root.isNull())
         GTEST_SKIP() << "the root of this machine is no mount point";
     EXPECT_GT(root->getValue<Poco::Int64>("size"), 0);
