@@ -52,10 +52,10 @@ std::unique_ptr<const WildcardPattern> WildcardPattern::create(const std::vector
         if (visible.find_first_of(METACHARACTERS) != std::string_view::npos)
             return nullptr;
         pattern->append(visible);
-        if (length != value.size()) {
-            pattern->m_alternatives.back().endsWithDollar = false;
+        // The NUL byte ends the whole expression. That the "$" is missing then makes no difference: what the
+        // last alternative leaves over is not matched in either case.
+        if (length != value.size())
             break;
-        }
     }
     return pattern;
 }
@@ -99,8 +99,7 @@ bool WildcardPattern::match(std::string_view text) const
             return true;
         // Meant so: the first alternative that matches at all decides, also when it leaves the line feed
         // over.
-        if (endsWithLineFeed && alternative.endsWithDollar &&
-            matchWhole(alternative, text.substr(0, text.size() - 1)))
+        if (endsWithLineFeed && matchWhole(alternative, text.substr(0, text.size() - 1)))
             return false;
     }
     return false;

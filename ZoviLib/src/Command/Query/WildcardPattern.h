@@ -47,7 +47,6 @@ private:
         std::size_t literalLength = 0;
         bool wildcardInFront = false;
         bool wildcardBehind = false;
-        bool endsWithDollar = true;
     };
 
     WildcardPattern() = default;
