@@ -757,7 +757,8 @@ TEST(WebSocketRequestObject, DropsExceptionsOfEveryKind)
 
 TEST(WebSocketRequestObject, ThrowsOnANullObject)
 {
-    EXPECT_THROW(WebSocketRequestObject(Object::Ptr()), Poco::NullPointerException);
+    const Object::Ptr none;
+    EXPECT_THROW(const WebSocketRequestObject request(none), Poco::NullPointerException);
 }
 
 // What a text says
@@ -1169,6 +1170,11 @@ TEST(WebSocketRequestObject, KeepsWhatALaterObjectDoesNotSay)
     EXPECT_EQ(broken.getType(), "data");
     EXPECT_EQ(broken.getUri().toString(), "/svc/res?x=1");
     EXPECT_EQ(compact(*broken.getJson()), R"({"type":"data"})");
+
+    Probe faulty(all);
+    faulty.initFromJsonObject(subscriptionWith("interval", "5"));
+    EXPECT_TRUE(faulty.isValid()) << "nor by a value of another kind";
+    EXPECT_EQ(faulty.getInterval(), 5);
 }
 
 TEST(WebSocketRequestObject, ReplacesWhatALaterObjectSays)

@@ -74,11 +74,14 @@ std::string receive(StreamSocket& socket)
     return std::string(buffer, static_cast<std::size_t>(count));
 }
 
-/// Makes every further descriptor of this process fail.
-void forbidDescriptors()
+/// Connecting in a process that may open no further descriptor. An attempt goes before: the sanitizer for
+/// undefined behaviour opens descriptors itself when it meets a class for the first time.
+std::string connectWithoutDescriptors(int level)
 {
+    connectAndTell();
     const rlimit none{0, 0};
     ::setrlimit(RLIMIT_NOFILE, &none);
+    return connectAndTell(level);
 }
 
 } // namespace
@@ -115,10 +118,8 @@ TEST(ServiceRegistryConnection, WarnsAndGivesNullIfTheLoopbackIsDown)
 
 TEST(ServiceRegistryConnection, LogsAnErrorAndGivesNullOnOtherFailures)
 {
-    const OwnNetworkOutcome outcome = runInOwnProcess([] {
-        forbidDescriptors();
-        return connectAndTell();
-    });
+    const OwnNetworkOutcome outcome =
+        runInOwnProcess([] { return connectWithoutDescriptors(Poco::Message::PRIO_TRACE); });
     EXPECT_OUTCOME(outcome,
                    std::string("null\n") + CONNECTING + "3 Error: caught exception in connect: I/O error\n");
 }
@@ -134,10 +135,8 @@ TEST(ServiceRegistryConnection, LogsNothingBelowItsLevel)
         runInOwnNetwork(Loopback::UP, [] { return connectAndTell(Poco::Message::PRIO_WARNING); });
     EXPECT_OUTCOME(warned, "null\n4 Warning: caught exception in connect: Connection refused\n");
 
-    const OwnNetworkOutcome failed = runInOwnProcess([] {
-        forbidDescriptors();
-        return connectAndTell(Poco::Message::PRIO_CRITICAL);
-    });
+    const OwnNetworkOutcome failed =
+        runInOwnProcess([] { return connectWithoutDescriptors(Poco::Message::PRIO_CRITICAL); });
     EXPECT_OUTCOME(failed, "null\n");
 }
 
