@@ -67,7 +67,8 @@ public:
 
     /// Builds a message to send. It is valid if neither `type` nor `event` is empty. What is not given, a
     /// null `authorisation` and a false `autosubscribe` are not written. Throws what `Poco::URI` throws if
-    /// `event` is no URL.
+    /// `event` is no URL or its query cannot be decoded, and `Poco::RegularExpressionException` if a search
+    /// in it is no pattern.
     WebSocketRequestObject(const Type& type, const std::string& event,
                            const Poco::Optional<long>& interval = Poco::Optional<long>(),
                            const Poco::Optional<long>& updateLimit = Poco::Optional<long>(),
@@ -89,7 +90,8 @@ public:
     const Poco::URI& getEvent() const { return m_event; }
 
     /// Makes this a message for another event: URL, JSON object and criteria follow. Throws
-    /// `Poco::NullPointerException` on a message without JSON object, whose URL is changed by then.
+    /// `Poco::NullPointerException` on a message without JSON object, whose URL is changed by then, and what
+    /// the constructor for a message to send throws on a query: URL and JSON object are changed by then.
     void setEvent(const Poco::URI& newUri);
 
     /// Whether there is an authorization text, and that text; an empty one counts as none.
