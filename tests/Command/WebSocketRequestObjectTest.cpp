@@ -277,13 +277,15 @@ TEST(WebSocketRequestObject, NeedsNoMoreThanTypeAndEvent)
 TEST(WebSocketRequestObject, ReadsTheCriteriaOfItsEvent)
 {
     const WebSocketRequestObject request(
-        std::string(R"({"type":"t","event":"/svc/res?$fields=a,b&$sortby=a&$offset=2&$expand=1"})"));
+        std::string(R"({"type":"t","event":"/svc/res?$fields=a,b&$sortby=a&$offset=2&$expand=1&$q=b&c=d"})"));
     EXPECT_TRUE(request.isValid());
     EXPECT_TRUE(request.getUrlPath().isValid());
     EXPECT_TRUE(request.hasFieldsCriteria());
     EXPECT_TRUE(request.hasSortbyCriteria());
     EXPECT_TRUE(request.hasPagingCriteria());
     EXPECT_TRUE(request.hasExpandCriteria());
+    EXPECT_TRUE(request.hasFreetextCriteria());
+    EXPECT_TRUE(request.hasAttributeCriteria());
     EXPECT_EQ(request.getExpansionLevel(), 1U);
 }
 
@@ -660,6 +662,21 @@ TEST(WebSocketRequestObject, ReadsTypeAndEventIfTheQueryCannotBeDecoded)
     EXPECT_THAT(log.texts(), IsEmpty());
 }
 
+TEST(WebSocketRequestObject, ReadsTypeAndEventIfASearchIsNoRegularExpression)
+{
+    const LogCapture log;
+    const WebSocketRequestObject request(std::string(
+        R"({"type":"data","event":"/svc/res?$limit=5&c=d&$q=(&e=f","interval":5,"autosubscribe":true})"));
+    EXPECT_FALSE(request.isValid());
+    EXPECT_EQ(request.getType(), "data");
+    EXPECT_EQ(request.getEvent().toString(), "/svc/res?$limit=5&c=d&$q=(&e=f");
+    EXPECT_TRUE(request.hasAttributeCriteria()) << "the parameters before it were walked";
+    EXPECT_FALSE(request.hasFreetextCriteria());
+    EXPECT_FALSE(request.hasPagingCriteria()) << "paging is built behind the walk";
+    expectDefaults(request);
+    EXPECT_THAT(log.texts(), IsEmpty());
+}
+
 TEST(WebSocketRequestObject, RefusesLimitsThatAreNoIntegers)
 {
     const char* const rows[] = {R"("100")", R"("")", "1.5", "2.0", "1e3", "[]", "[1]", "{}", R"({"a":1})"};
@@ -922,7 +939,7 @@ TEST(WebSocketRequestObject, BuildsMessagesOfUnknownTypesAndBadAddresses)
     EXPECT_FALSE(request.getUrlPath().isValid());
 }
 
-TEST(WebSocketRequestObject, ThrowsOutOfItsConstructorIfTheEventIsNoUri)
+TEST(WebSocketRequestObject, ThrowsOutOfItsConstructorIfTheEventCannotBeRead)
 {
     for (const std::string event : {"http://host:99999/svc", "/svc/%zz", "/svc?x=%zz"}) {
         SCOPED_TRACE(event);
@@ -930,6 +947,9 @@ TEST(WebSocketRequestObject, ThrowsOutOfItsConstructorIfTheEventIsNoUri)
             WebSocketRequestObject("subscribe", event, OptionalLong(), OptionalLong(), nullptr, false),
             Poco::URISyntaxException);
     }
+    EXPECT_THROW(
+        WebSocketRequestObject("subscribe", "/svc?$q=(", OptionalLong(), OptionalLong(), nullptr, false),
+        Poco::RegularExpressionException);
 }
 
 // Another event
@@ -1036,6 +1056,19 @@ TEST(WebSocketRequestObject, ThrowsOnAnEventWhoseQueryCannotBeDecoded)
     EXPECT_EQ(request.getEvent().toString(), "/other?x=%zz");
     EXPECT_EQ(request.getJson()->getValue<std::string>("event"), "/other?x=%zz");
     EXPECT_EQ(request.getUri().toString(), "/svc/res?x=1");
+}
+
+TEST(WebSocketRequestObject, ThrowsOnceOnAnEventWhoseSearchIsNoRegularExpression)
+{
+    WebSocketRequestObject request(subscriptionWith(R"("interval":5)"));
+    const Poco::URI event("/other?$q=(");
+    EXPECT_THROW(request.setEvent(event), Poco::RegularExpressionException);
+    EXPECT_EQ(request.getEvent(), event);
+    EXPECT_EQ(request.getUri(), event);
+    EXPECT_EQ(request.getJson()->getValue<std::string>("event"), "/other?$q=(");
+    EXPECT_FALSE(request.hasFreetextCriteria());
+    request.setEvent(event);
+    EXPECT_FALSE(request.hasFreetextCriteria()) << "the address is the same, so nothing is walked again";
 }
 
 // Copies

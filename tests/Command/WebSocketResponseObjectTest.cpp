@@ -299,6 +299,7 @@ TEST(WebSocketResponseObject, IsMadeOfAnErrorCode)
 
 TEST(WebSocketResponseObject, DoesNotStampTheErrorOfADataRequest)
 {
+    const LogCapture quiet;
     const WebSocketResponseObject coded(requestOf("data"), 404, "m");
     EXPECT_EQ(coded.toJsonString(), R"({"code":404,"event":"/svc/res?x=1","message":"m","type":"error"})");
     const WebSocketResponseObject named(requestOf("data"), WebSocketResponseObject::badData, "m");
