@@ -12,7 +12,7 @@ namespace Zovi::ServiceKit
 MethodSet::MethodSet(std::initializer_list<Method> methods)
 {
     for (Method method : methods)
-        m_methods.set(method);
+        m_methods.set(static_cast<std::size_t>(method));
 }
 
 MethodSet MethodSet::readOnly()

@@ -29,7 +29,7 @@ std::string readHostName()
 std::string readMachineId(const std::filesystem::path& root)
 {
     for (const char* file : {"etc/machine-id", "var/lib/dbus/machine-id"}) {
-        const std::string id = readLine(root / file).value_or("");
+        std::string id = readLine(root / file).value_or("");
         if (!id.empty())
             return id;
     }

@@ -53,7 +53,7 @@ public:
             m_value = m_arguments[m_position++];
         if (!m_value || m_value->empty())
             throw OptionError(m_option + " needs a value");
-        const std::string value = *m_value;
+        std::string value = *m_value;
         m_value.reset();
         return value;
     }

@@ -9,6 +9,7 @@
 #include <Poco/UUID.h>
 
 #include <bitset>
+#include <cstddef>
 #include <initializer_list>
 #include <string>
 #include <vector>
@@ -27,7 +28,7 @@ public:
     /// GET and HEAD.
     static MethodSet readOnly();
 
-    bool contains(Method method) const { return m_methods.test(method); }
+    bool contains(Method method) const { return m_methods.test(static_cast<std::size_t>(method)); }
 
     /// The names in the fixed order GET, HEAD, POST, PUT, DELETE.
     std::vector<std::string> names() const;
