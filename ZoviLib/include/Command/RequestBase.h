@@ -48,8 +48,10 @@ public:
     using RenderCriteriaMap = QueryCollectionMap<RenderCriterion>;
     using SearchCriteriaMap = QueryCollectionMap<SearchCriterion>;
 
-    /// Parses `uri` and walks its query. Throws what `UrlPath` throws on a query that cannot be decoded.
+    /// Copies or takes over `uri`, parses it and walks its query. Throws what `UrlPath` throws on a query
+    /// that cannot be decoded.
     explicit RequestBase(const Poco::URI& uri);
+    explicit RequestBase(Poco::URI&& uri);
 
     /// Copies `path`, which stays `INVALID` if it is, and walks its query.
     explicit RequestBase(const UrlPath& path);
@@ -171,7 +173,7 @@ private:
         std::string limit;
     };
 
-    RequestBase(const Poco::URI& uri, UrlPath::QueryParameters&& decodedQuery);
+    RequestBase(Poco::URI&& uri, UrlPath::QueryParameters&& decodedQuery);
 
     void initialize();
     void buildCriteria(const UrlPath::QueryParameters& decodedQuery);

@@ -153,8 +153,9 @@ protected:
 private:
     friend class RequestBase; // walks the query that parsing has decoded
 
-    /// The same as above, and hands over the decoded parameters, in the order of the URL.
-    UrlPath(const Poco::URI& uriInput, QueryParameters& decodedQuery);
+    /// Takes over `uriInput`, parses and classifies it, and hands out the decoded parameters in the order of
+    /// the URL.
+    UrlPath(Poco::URI&& uriInput, QueryParameters& decodedQuery);
 
     void parse(const QueryParameters& decodedQuery);
     void classifyRootLevel(const std::string& first);

@@ -2,18 +2,25 @@
 
 #include "Logging/LogStream.h"
 
+#include <utility>
+
 namespace Zovi::Command
 {
 
 RequestBase::RequestBase() = default;
 
 RequestBase::RequestBase(const Poco::URI& uri)
-    : RequestBase(uri, UrlPath::QueryParameters())
+    : RequestBase(Poco::URI(uri))
 {
 }
 
-RequestBase::RequestBase(const Poco::URI& uri, UrlPath::QueryParameters&& decodedQuery)
-    : m_urlPath(uri, decodedQuery)
+RequestBase::RequestBase(Poco::URI&& uri)
+    : RequestBase(std::move(uri), UrlPath::QueryParameters())
+{
+}
+
+RequestBase::RequestBase(Poco::URI&& uri, UrlPath::QueryParameters&& decodedQuery)
+    : m_urlPath(std::move(uri), decodedQuery)
 {
     buildCriteria(decodedQuery);
 }
@@ -36,7 +43,7 @@ void RequestBase::initializeFromUri(const Poco::URI& uri)
     if (uri == m_urlPath.getUri())
         return;
     UrlPath::QueryParameters decodedQuery;
-    m_urlPath = UrlPath(uri, decodedQuery);
+    m_urlPath = UrlPath(Poco::URI(uri), decodedQuery);
     renderCriteria.clear();
     searchCriteria.clear();
     buildCriteria(decodedQuery);

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace Zovi
 {
@@ -88,8 +89,8 @@ UrlPath::UrlPath(const std::string& url)
     parse(decodeQuery(uri));
 }
 
-UrlPath::UrlPath(const Poco::URI& uriInput, QueryParameters& decodedQuery)
-    : uri(uriInput)
+UrlPath::UrlPath(Poco::URI&& uriInput, QueryParameters& decodedQuery)
+    : uri(std::move(uriInput))
 {
     decodedQuery = decodeQuery(uri);
     parse(decodedQuery);

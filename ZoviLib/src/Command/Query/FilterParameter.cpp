@@ -17,6 +17,9 @@ namespace Command
 namespace
 {
 
+/// Room for as many fields is made at once; a hostile list of commas gets no more than that.
+constexpr std::size_t USUAL_FIELDS = 16;
+
 constexpr std::string_view OFFSET_KEYWORD = "($offset:";
 constexpr std::string_view LIMIT_KEYWORD = ",$limit:";
 
@@ -157,6 +160,8 @@ bool FilterParameter::parseParameter(const std::string& parameter, std::vector<F
 {
     out_filter.clear();
     const std::string_view text = parameter;
+    const auto commas = static_cast<std::size_t>(std::count(text.begin(), text.end(), ','));
+    out_filter.reserve(std::min(USUAL_FIELDS, commas + 1));
     FieldMatch match = findField(text, 0);
     for (std::size_t position = 0; match.begin != std::string_view::npos;) {
         if (!appendField(match, out_filter))
