@@ -3,16 +3,20 @@
 #include "LogCapture.h"
 #include "OwnNetwork.h"
 
+#include <Poco/Exception.h>
 #include <Poco/Net/ServerSocket.h>
 #include <Poco/Timespan.h>
 
 #include <gmock/gmock.h>
 
-#include <functional>
+#include <cerrno>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 
-#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace Zovi
 {
@@ -27,7 +31,6 @@ using Test::LogCapture;
 using Test::Loopback;
 using Test::OwnNetworkOutcome;
 using Test::runInOwnNetwork;
-using Test::runInOwnProcess;
 
 using Socket = Poco::SharedPtr<StreamSocket>;
 
@@ -74,17 +77,32 @@ std::string receive(StreamSocket& socket)
     return std::string(buffer, static_cast<std::size_t>(count));
 }
 
-/// Connecting in a process that may open no further descriptor. An attempt goes before: the sanitizer for
-/// undefined behaviour opens descriptors itself when it meets a class for the first time.
-std::string connectWithoutDescriptors(int level)
+/// What every call of `connect` does before it reaches the system, if set: it may throw or give an error
+/// number.
+int (*g_connectFault)() = nullptr;
+
+/// Lets `fault` stand in the way of connecting while it lives.
+class ConnectFault
 {
-    connectAndTell();
-    const rlimit none{0, 0};
-    ::setrlimit(RLIMIT_NOFILE, &none);
-    return connectAndTell(level);
-}
+public:
+    explicit ConnectFault(int (*fault)()) { g_connectFault = fault; }
+    ~ConnectFault() { g_connectFault = nullptr; }
+    ConnectFault(const ConnectFault&) = delete;
+    ConnectFault& operator=(const ConnectFault&) = delete;
+};
 
 } // namespace
+
+/// Takes the place of the system's function of that name in this program.
+extern "C" __attribute__((visibility("default"))) int connect(int socket, const sockaddr* address,
+                                                              socklen_t length)
+{
+    if (g_connectFault) {
+        errno = g_connectFault();
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_connect, socket, address, length));
+}
 
 #define SKIP_IF_REFUSED(outcome)                                                                             \
     if ((outcome).kind == OwnNetworkOutcome::REFUSED)                                                        \
@@ -116,35 +134,68 @@ TEST(ServiceRegistryConnection, WarnsAndGivesNullIfTheLoopbackIsDown)
                                 "4 Warning: caught exception in connect: Net Exception\n");
 }
 
+TEST(ServiceRegistryConnection, WarnsAndGivesNullOnFailuresOfTheNetwork)
+{
+    struct Row {
+        int (*fault)();
+        const char* name;
+    };
+    const Row rows[] = {
+        {[] { return ECONNREFUSED; }, "Connection refused"},
+        {[] { return ECONNRESET; }, "Connection reset by peer"},
+        {[] { return ENETUNREACH; }, "Net Exception"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const ConnectFault fault(row.fault);
+        EXPECT_EQ(connectAndTell(), std::string("null\n") + CONNECTING +
+                                        "4 Warning: caught exception in connect: " + row.name + "\n");
+    }
+}
+
 TEST(ServiceRegistryConnection, LogsAnErrorAndGivesNullOnOtherFailures)
 {
-    const OwnNetworkOutcome outcome =
-        runInOwnProcess([] { return connectWithoutDescriptors(Poco::Message::PRIO_TRACE); });
-    EXPECT_OUTCOME(outcome,
-                   std::string("null\n") + CONNECTING + "3 Error: caught exception in connect: I/O error\n");
+    struct Row {
+        int (*fault)();
+        const char* name;
+    };
+    const Row rows[] = {
+        {[] { return EACCES; }, "I/O error"},
+        {[] { return ETIMEDOUT; }, "Timeout"},
+        {[]() -> int { throw Poco::LogicException("x"); }, "Logic exception"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const ConnectFault fault(row.fault);
+        EXPECT_EQ(connectAndTell(), std::string("null\n") + CONNECTING +
+                                        "3 Error: caught exception in connect: " + row.name + "\n");
+    }
+}
+
+TEST(ServiceRegistryConnection, LetsForeignExceptionsPass)
+{
+    const LogCapture log;
+    const ConnectFault fault([]() -> int { throw std::runtime_error("foreign"); });
+    EXPECT_THROW(ServiceRegistryConnection::connect(), std::runtime_error);
+    EXPECT_EQ(linesOf(log), CONNECTING);
 }
 
 TEST(ServiceRegistryConnection, LogsNothingBelowItsLevel)
 {
-    const OwnNetworkOutcome refused =
-        runInOwnNetwork(Loopback::UP, [] { return connectAndTell(Poco::Message::PRIO_ERROR); });
-    SKIP_IF_REFUSED(refused);
-    EXPECT_OUTCOME(refused, "null\n");
-
-    const OwnNetworkOutcome warned =
-        runInOwnNetwork(Loopback::UP, [] { return connectAndTell(Poco::Message::PRIO_WARNING); });
-    EXPECT_OUTCOME(warned, "null\n4 Warning: caught exception in connect: Connection refused\n");
-
-    const OwnNetworkOutcome failed =
-        runInOwnProcess([] { return connectWithoutDescriptors(Poco::Message::PRIO_CRITICAL); });
-    EXPECT_OUTCOME(failed, "null\n");
+    {
+        const ConnectFault fault([] { return ECONNREFUSED; });
+        EXPECT_EQ(connectAndTell(Poco::Message::PRIO_ERROR), "null\n");
+        EXPECT_EQ(connectAndTell(Poco::Message::PRIO_WARNING),
+                  "null\n4 Warning: caught exception in connect: Connection refused\n");
+    }
+    const ConnectFault fault([] { return EACCES; });
+    EXPECT_EQ(connectAndTell(Poco::Message::PRIO_CRITICAL), "null\n");
 }
 
 TEST(ServiceRegistryConnection, NamesItsSourceFileInTheLog)
 {
-    const OwnNetworkOutcome outcome = runInOwnNetwork(Loopback::DOWN, [] { return sourcesOfAnAttempt(); });
-    SKIP_IF_REFUSED(outcome);
-    EXPECT_OUTCOME(outcome, "ServiceRegistryConnection.cpp ServiceRegistryConnection.cpp ");
+    const ConnectFault fault([] { return ECONNREFUSED; });
+    EXPECT_EQ(sourcesOfAnAttempt(), "ServiceRegistryConnection.cpp ServiceRegistryConnection.cpp ");
 }
 
 TEST(ServiceRegistryConnection, ConnectsToAListener)

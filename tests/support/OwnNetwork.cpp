@@ -87,10 +87,10 @@ void enterOwnNetwork(Loopback loopback)
     }
 }
 
-std::string report(const std::function<void()>& prepare, const std::function<std::string()>& check)
+std::string report(Loopback loopback, const std::function<std::string()>& check)
 {
     try {
-        prepare();
+        enterOwnNetwork(loopback);
         return RAN_MARK + check();
     } catch (const Refusal& refusal) {
         return REFUSED_MARK + std::string(refusal.what());
@@ -127,7 +127,9 @@ OwnNetworkOutcome outcomeOf(const std::string& report, int status)
     return {OwnNetworkOutcome::BROKEN_OFF, "wait status " + std::to_string(status)};
 }
 
-OwnNetworkOutcome runInChild(const std::function<void()>& prepare, const std::function<std::string()>& check)
+} // namespace
+
+OwnNetworkOutcome runInOwnNetwork(Loopback loopback, const std::function<std::string()>& check)
 {
     int ends[2];
     if (::pipe(ends) != 0)
@@ -136,7 +138,7 @@ OwnNetworkOutcome runInChild(const std::function<void()>& prepare, const std::fu
     if (child < 0)
         throw Refusal("a process");
     if (child == 0) {
-        writeAll(ends[1], report(prepare, check));
+        writeAll(ends[1], report(loopback, check));
         ::_exit(0);
     }
     ::close(ends[1]);
@@ -145,18 +147,6 @@ OwnNetworkOutcome runInChild(const std::function<void()>& prepare, const std::fu
     int status = 0;
     ::waitpid(child, &status, 0);
     return outcomeOf(text, status);
-}
-
-} // namespace
-
-OwnNetworkOutcome runInOwnNetwork(Loopback loopback, const std::function<std::string()>& check)
-{
-    return runInChild([loopback] { enterOwnNetwork(loopback); }, check);
-}
-
-OwnNetworkOutcome runInOwnProcess(const std::function<std::string()>& check)
-{
-    return runInChild([] {}, check);
 }
 
 } // namespace Zovi::Test

@@ -27,7 +27,4 @@ enum class Loopback { UP, DOWN };
 ///     });
 OwnNetworkOutcome runInOwnNetwork(Loopback loopback, const std::function<std::string()>& check);
 
-/// Runs `check` in a child process in the network of the machine, for what must not be done to this process.
-OwnNetworkOutcome runInOwnProcess(const std::function<std::string()>& check);
-
 } // namespace Zovi::Test
