@@ -50,6 +50,30 @@ static_assert(std::is_same_v<decltype(std::declval<const HttpRequest&>().getMess
 static_assert(std::is_same_v<decltype(std::declval<const HttpRequest&>().getHttpRequest()),
                              const Poco::Net::HTTPServerRequest&>);
 
+/// A body that comes in one piece, and counts how often its end is met.
+class BodyWithEnd : public std::streambuf
+{
+public:
+    explicit BodyWithEnd(const std::string& text)
+        : m_text(text)
+    {
+        setg(m_text.data(), m_text.data(), m_text.data() + m_text.size());
+    }
+
+    int ends() const { return m_ends; }
+
+protected:
+    int_type underflow() override
+    {
+        ++m_ends;
+        return traits_type::eof();
+    }
+
+private:
+    std::string m_text;
+    int m_ends = 0;
+};
+
 /// How a request reads its body.
 enum class Reading { AS_IT_CAME, DECODED };
 
@@ -382,6 +406,26 @@ TEST(HttpRequest, ReadsAChunkedBody)
     }
     EXPECT_FALSE(receive(chunkedPost(chunked("", 1))).hasMessage);
     EXPECT_EQ(receive(chunkedPost("4;name=value\r\nbody\r\n0\r\n\r\n")).message, "body");
+}
+
+TEST(HttpRequest, MeetsTheEndOfAChunkedBodyOnlyOnce)
+{
+    // A second read at the end of the chunks waited for the next request on the connection, and took its
+    // first byte when that was there.
+    for (const Reading reading : BOTH_READINGS) {
+        SCOPED_TRACE(static_cast<int>(reading));
+        BodyWithEnd body("some text");
+        ServerRequest request("POST", "/svc");
+        request.setChunkedTransferEncoding(true);
+        request.setBodyBuffer(body);
+        if (reading == Reading::AS_IT_CAME) {
+            EXPECT_EQ(HttpRequest(request).getMessage(), "some text");
+        } else {
+            Net::HTTPEncoderDecoder decoder(request, request.response());
+            EXPECT_EQ(HttpRequest(request, decoder).getMessage(), "some text");
+        }
+        EXPECT_EQ(body.ends(), 1);
+    }
 }
 
 TEST(HttpRequest, ReadsABodyWithoutLengthToTheEndOfTheConnection)

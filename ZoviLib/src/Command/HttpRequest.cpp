@@ -46,7 +46,8 @@ std::streamsize promisedLength(const Poco::Net::HTTPServerRequest& request)
 }
 
 /// Reads the body behind the server's stream and throws where that would end silently: the server's stream
-/// takes a connection that breaks off for the end of the body, and keeps connection errors to itself.
+/// takes a connection that breaks off for the end of the body, and keeps connection errors to itself. Its end
+/// is met only once: behind a chunked body stands the next request, for which a further read would wait.
 class BodyBuffer : public std::streambuf
 {
 public:
@@ -59,7 +60,9 @@ public:
 protected:
     int_type underflow() override
     {
-        const std::streamsize count = m_source.sgetn(m_bytes.data(), std::streamsize{READ_BUFFER_SIZE});
+        const std::streamsize count =
+            m_isAtEnd ? 0 : m_source.sgetn(m_bytes.data(), std::streamsize{READ_BUFFER_SIZE});
+        m_isAtEnd = count < READ_BUFFER_SIZE;
         m_received += count;
         setg(m_bytes.data(), m_bytes.data(), m_bytes.data() + count);
         if (count > 0)
@@ -74,6 +77,7 @@ private:
     std::streambuf& m_source;
     std::streamsize m_promised;
     std::streamsize m_received = 0;
+    bool m_isAtEnd = false;
     std::array<char, READ_BUFFER_SIZE> m_bytes;
 };
 
