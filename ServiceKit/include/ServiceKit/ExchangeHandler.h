@@ -52,6 +52,7 @@ struct ExchangeOptions {
 /// | 421 | a "Host" of somebody else |
 /// | 500 | an exception, which is logged and not told |
 /// | 501 | an unknown method or transfer coding |
+/// | 505 | a version of the protocol other than 1.0 and 1.1 |
 ///
 /// A handler serves one exchange. When a body is left unread, the connection is closed behind the answer,
 /// since the rest of the body would be taken for the next request.

@@ -37,8 +37,10 @@ public:
     /// Reads `request` with its body as it came.
     ///
     /// Throws a `Poco::Exception` if the URL is no URI or its query cannot be decoded, and if the connection
-    /// ends before the declared length of the body has arrived. A bad query alone does not throw; it makes
-    /// the address `INVALID`. A body is read if its length is declared and positive, or not declared at all.
+    /// ends before the declared length of the body has arrived. Any other bad query makes the address
+    /// `INVALID`, except that a search value which is no valid regular expression throws
+    /// `Poco::RegularExpressionException`. A body is read if its length is declared and positive, or not
+    /// declared at all: a POST or PUT with neither a length nor chunks lasts until the client stops sending.
     explicit HttpRequest(Poco::Net::HTTPServerRequest& request);
 
     /// The same with the body read through `decoder`, which undoes its content coding. Throws also what the

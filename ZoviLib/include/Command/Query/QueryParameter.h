@@ -7,8 +7,9 @@ namespace Zovi::Command
 
 /// Base of all criteria: what one query parameter of a request turned into.
 ///
-/// A criterion never reports a text that does not parse by an exception; it is then invalid. Criteria are
-/// read-only after construction and shared between the copies of a request.
+/// A criterion whose text does not parse is invalid, and reports it by no exception. Only the value searches
+/// throw, on a text that is no valid regular expression. Criteria are read-only after construction and shared
+/// between the copies of a request.
 class KYRZOVI_API QueryParameter
 {
 public:
