@@ -197,7 +197,8 @@ bool HTTPCacheHandler::extractIfNoneMatch(const Poco::Net::HTTPRequest& request,
 void HTTPCacheHandler::insertETag(Poco::Net::HTTPResponse& response, Poco::UInt32 eTag)
 {
     // The formatter writes upper-case digits.
-    const std::string digits = Poco::toLower(Poco::NumberFormatter::formatHex(eTag, static_cast<int>(TAG_DIGITS)));
+    const std::string digits =
+        Poco::toLower(Poco::NumberFormatter::formatHex(eTag, static_cast<int>(TAG_DIGITS)));
     response.set(ETAG, std::string(WEAK_MARK) + '"' + digits + '"');
 }
 

@@ -295,7 +295,7 @@ TEST(ZoviHttpCacheHandler, LosesTheTimestampIfTheDocumentCannotBePrinted)
 TEST(ZoviHttpCacheHandler, TakesTextsAndBytesAsItsBaseDoes)
 {
     for (const std::string& text : {std::string("text"), std::string(), std::string("a\0b", 3),
-                                   std::string(R"({"data":1,"timestamp":1})")}) {
+                                    std::string(R"({"data":1,"timestamp":1})")}) {
         SCOPED_TRACE(text);
         const std::string expected = ask<HTTPCacheHandler>(text).eTag;
         EXPECT_EQ(ask(text).eTag, expected);
