@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 #include <typeinfo>
@@ -34,7 +35,7 @@ namespace
 int caseCount(int percent)
 {
     const char* text = std::getenv("ZOVI_TEST_CASES");
-    return (text ? std::atoi(text) : 10000) / 100 * percent;
+    return std::max(1, (text ? std::atoi(text) : 10000) * percent / 100);
 }
 
 /// Everything about one evaluation that a caller can tell.
@@ -142,17 +143,21 @@ Outcome evaluateObject(const Object& original, const Evaluate& evaluate)
 
 Outcome plainObject(const std::string& url, const Object& original)
 {
-    return evaluateObject(original, [&](const Object& in, Object& out) {
-        std::vector<std::string> logged;
-        PlainEvaluation(url, logged).evaluate(in, out);
-    });
+    std::vector<std::string> logged;
+    Outcome outcome = evaluateObject(
+        original, [&](const Object& in, Object& out) { PlainEvaluation(url, logged).evaluate(in, out); });
+    outcome.logged = logged;
+    return outcome;
 }
 
 Outcome productObject(const std::string& url, const Object& original)
 {
-    return evaluateObject(original, [&](const Object& in, Object& out) {
+    LogCapture log(Poco::Message::PRIO_NOTICE);
+    Outcome outcome = evaluateObject(original, [&](const Object& in, Object& out) {
         QueryFilterJSON::filterJSONObjectByQuery(in, RequestBase(Poco::URI(url)), out);
     });
+    outcome.logged = log.texts();
+    return outcome;
 }
 
 void expectEqual(const Outcome& product, const Outcome& plain)

@@ -52,7 +52,8 @@ public:
 
     Object copy(const Object& source)
     {
-        Object target;
+        // Copied first, so that it lists its members in the same order.
+        Object target(source);
         for (const auto& [name, value] : source)
             target.set(name, clone(value));
         return target;
@@ -197,7 +198,7 @@ Object::Ptr RandomDocuments::mixedObject()
 
 Var RandomDocuments::anyObject(int depth)
 {
-    Object::Ptr object = new Object;
+    Object::Ptr object = new Object(m_random.oneIn(5) ? Poco::JSON_PRESERVE_KEY_ORDER : 0);
     for (const std::string& name : NAMES) {
         if (depth == 0 ? m_random.oneIn(3) : !m_random.oneIn(3))
             continue;
@@ -374,8 +375,8 @@ namespace
 
 void describeMembers(const Object& object, std::ostream& out)
 {
-    for (const auto& [name, value] : object)
-        out << '"' << name << "\":" << describe(value) << ' ';
+    for (const std::string& name : object.getNames())
+        out << '"' << name << "\":" << describe(object.get(name)) << ' ';
 }
 
 void describeElements(const Array& array, std::ostream& out)

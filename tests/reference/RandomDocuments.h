@@ -20,8 +20,8 @@ public:
     }
 
     /// A collection of up to 16 objects in which any member may hold anything: text, numbers of all kinds,
-    /// null, objects and arrays by pointer and by value, nested and shared ones; and between the objects
-    /// elements that are none.
+    /// null, objects and arrays by pointer and by value, nested and shared ones, some that keep the order of
+    /// insertion; and between the objects elements that are none.
     Poco::JSON::Array mixedCollection();
 
     /// A collection of up to 300 objects whose members hold one kind of value each, or are missing.
@@ -58,8 +58,8 @@ Poco::JSON::Object::Ptr cloneDeep(const Poco::JSON::Object& object);
 std::string describeSharing(const Poco::JSON::Array& input, const Poco::JSON::Array& output);
 std::string describeSharing(const Poco::JSON::Object& input, const Poco::JSON::Object& output);
 
-/// The text of a document in which also what JSON cannot show is told apart: null pointers, and how values
-/// are held.
+/// The text of a document, members in the order of printing, in which also what JSON cannot show is told
+/// apart: null pointers, and how values are held.
 std::string describe(const Poco::Dynamic::Var& value);
 
 } // namespace Zovi::Test
