@@ -57,8 +57,9 @@ private:
 ///     $fields=items($offset:2)                      refused: the slice is not complete
 ///
 /// A name is anything without a comma or an opening parenthesis; a dot in it means nothing. A comma at the
-/// end is accepted, one at the front or two in a row are refused. "id", "name" and "uri" are always selected
-/// and never cut. The first mention of a name counts.
+/// end is accepted. Stray commas in front of a name are mostly refused, but not all: what was read is removed
+/// from the front by its length, so that ",,a" reads "a" twice and is valid. "id", "name" and "uri" are
+/// always selected and never cut. The first mention of a name counts.
 ///
 /// Read-only after construction; whether it is valid is asked by who applies it. See
 /// `RequestBase::hasFieldsCriteria`.
