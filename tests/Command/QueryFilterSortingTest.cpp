@@ -640,4 +640,33 @@ TEST(QueryFilterSorting, CutsThePagesOfOneListSoThatTheyFitTogether)
     }
 }
 
+TEST(QueryFilterSorting, OrdersTheFirstPagesOfALongListAsTheWholeList)
+{
+    Zovi::Test::RandomSource random;
+    for (int round = 0; round < 40; ++round) {
+        const Collection collection = randomCollection(random, 3'000);
+        const std::string sorting = random.pick(SORTINGS);
+        SCOPED_TRACE(sorting + ": " + collection.description);
+        Objects sorted = collection.objects;
+        try {
+            QueryFilterJSONSteps::sort(SortingParameter(sorting), sorted);
+        } catch (const Poco::Exception&) {
+            continue;
+        }
+        Array input;
+        for (const Object::Ptr& object : collection.objects)
+            input.add(object);
+        for (int limit : {1, 7, 30, 90}) {
+            RequestBase request(Poco::URI("/svc/res"));
+            request.addRenderCriterion<SortingParameter>(new SortingParameter(sorting));
+            request.addRenderCriterion<Paging>(new Paging(limit / 3, limit));
+            Array page;
+            QueryFilterJSON::filterJSONArrayByQuery(input, request, page);
+            for (unsigned int i = 0; i < page.size(); ++i)
+                ASSERT_EQ(page.getObject(i)->getValue<int>("n"),
+                          sorted[i + static_cast<unsigned int>(limit / 3)]->getValue<int>("n"));
+        }
+    }
+}
+
 } // namespace

@@ -28,7 +28,8 @@ class SortingParameter;
 ///     Poco::JSON::Array::Ptr page(new Poco::JSON::Array);
 ///     Poco::JSON::Object::Ptr paging;
 ///     QueryFilterJSON::filterJSONArrayByQuery(*everything, request, *page, paging);
-///     HttpResponse::setDataFromArray(page, paging);
+///     HttpResponse response(HTTPStatus::HTTP_OK);
+///     response.setDataFromArray(page, paging);
 ///
 /// The output shares nested objects and arrays with the input, and what shapes the output changes them in
 /// place: a slice in "$fields" cuts the shared array, "$expand" takes members out of the shared objects. A

@@ -1,7 +1,7 @@
 #include "JsonSorting.h"
 
 #include "JsonCompare.h"
-#include "JsonMember.h"
+#include "MemberFinder.h"
 
 #include <algorithm>
 #include <numeric>
@@ -41,23 +41,36 @@ struct Record {
 
 using Records = std::vector<Record>;
 
-/// The keys of all fields, and the order that they make.
+/// Reads the keys of all fields, those of the first one into records. False if a field has no consistent
+/// keys; what was read is then of no use.
+bool readKeys(const JsonObjects& objects, const Fields& fields, std::vector<FieldKeys>& out_keys,
+              Records& out_records)
+{
+    const auto size = static_cast<Position>(objects.size());
+    out_records.reserve(size);
+    out_keys.resize(fields.size());
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        FieldKeys& keys = out_keys[i];
+        if (!keys.read(objects, fields[i]))
+            return false;
+        if (i > 0)
+            continue;
+        for (Position position = 0; position < size; ++position)
+            out_records.push_back({keys.code(position), position, keys.rank(position)});
+        keys.dropCodes();
+    }
+    for (Position position = 0; fields.empty() && position < size; ++position)
+        out_records.push_back({0, position, 0});
+    return true;
+}
+
+/// The order of the keys; the algorithms copy it.
 class KeyOrder
 {
 public:
-    /// False if a field has no consistent keys; the order is then of no use.
-    bool read(const JsonObjects& objects, const Fields& fields, Records& out_records)
+    explicit KeyOrder(const std::vector<FieldKeys>& keys)
+        : m_keys(&keys)
     {
-        m_fields.resize(fields.size());
-        for (std::size_t i = 0; i < fields.size(); ++i) {
-            if (!m_fields[i].read(objects, fields[i]))
-                return false;
-            if (i == 0)
-                takeRecords(m_fields.front(), objects.size(), out_records);
-        }
-        if (fields.empty())
-            makeEqualRecords(objects.size(), out_records);
-        return true;
     }
 
     bool operator()(const Record& a, const Record& b) const
@@ -70,34 +83,22 @@ public:
     }
 
 private:
-    static void takeRecords(FieldKeys& keys, std::size_t size, Records& out_records)
-    {
-        out_records.reserve(size);
-        for (Position position = 0; position < size; ++position)
-            out_records.push_back({keys.code(position), position, keys.rank(position)});
-        keys.dropCodes();
-    }
-
-    static void makeEqualRecords(std::size_t size, Records& out_records)
-    {
-        for (Position position = 0; position < size; ++position)
-            out_records.push_back({0, position, 0});
-    }
-
     bool isBeforeWithSameCode(const Record& a, const Record& b) const
     {
         int result = 0;
-        for (std::size_t i = 0; result == 0 && i < m_fields.size(); ++i)
-            result = i == 0 ? m_fields[i].compareEqualCodes(a.code, a.position, b.position)
-                            : m_fields[i].compare(a.position, b.position);
+        for (std::size_t i = 0; result == 0 && i < m_keys->size(); ++i) {
+            const FieldKeys& keys = (*m_keys)[i];
+            result = i == 0 ? keys.compareEqualCodes(a.code, a.position, b.position)
+                            : keys.compare(a.position, b.position);
+        }
         return result < 0;
     }
 
-    std::vector<FieldKeys> m_fields;
+    const std::vector<FieldKeys>* m_keys;
 };
 
 /// Puts each record of `window` into its place, and only those.
-void selectWindow(Records& records, Window window, const KeyOrder& isBefore)
+void selectWindow(Records& records, Window window, KeyOrder isBefore)
 {
     // A heap of the places up to the window's end needs one comparison for nearly every other record.
     const std::size_t HEAP_SHARE = 32;
@@ -115,7 +116,7 @@ void selectWindow(Records& records, Window window, const KeyOrder& isBefore)
 }
 
 /// True if the order says for each record of `window` where it stands: none equals another one.
-bool isDecided(const Records& records, Window window, const KeyOrder& isBefore)
+bool isDecided(const Records& records, Window window, KeyOrder isBefore)
 {
     const auto begin = records.begin() + static_cast<std::ptrdiff_t>(window.begin);
     const auto end = begin + static_cast<std::ptrdiff_t>(window.size);
@@ -138,7 +139,7 @@ void restoreInputOrder(Records& records)
 
 /// The order of equal objects is what `std::sort` makes of the whole list, so that the pages of one list fit
 /// together. A selection may replace it only where no two equal objects could change places.
-Positions sortRecords(Records& records, Window window, const KeyOrder& isBefore)
+Positions sortRecords(Records& records, Window window, KeyOrder isBefore)
 {
     const bool isPart = window.size < records.size();
     if (isPart && window.size > 0)
@@ -163,10 +164,13 @@ public:
     ValueOrder(const JsonObjects& objects, const Fields& fields)
         : m_fields(fields)
     {
+        std::vector<MemberFinder> members;
+        for (const OrderedField& field : fields)
+            members.emplace_back(field.getName());
         m_values.reserve(objects.size() * fields.size());
         for (const Poco::JSON::Object* object : objects) {
-            for (const OrderedField& field : fields)
-                m_values.push_back(object ? findMember(*object, field.getName()) : nullptr);
+            for (MemberFinder& member : members)
+                m_values.push_back(object ? member.find(*object) : nullptr);
         }
     }
 
@@ -181,7 +185,7 @@ public:
         return left ? compareJson(*left, *right) : Util::LESS;
     }
 
-    bool operator()(Position a, Position b) const
+    bool isBefore(Position a, Position b) const
     {
         for (std::size_t field = 0; field < m_fields.size(); ++field) {
             const bool isDescending = m_fields[field].isOrderDescending();
@@ -228,7 +232,10 @@ const std::size_t SAFE_STD_SORT_SIZE = 16;
 Positions sortByValues(const JsonObjects& objects, const Fields& fields)
 {
     Positions positions = inInputOrder(objects.size());
-    const ValueOrder isBefore(objects, fields);
+    const ValueOrder values(objects, fields);
+    const auto isBefore = [&](Position a, Position b) {
+        return values.isBefore(a, b);
+    };
     if (objects.size() <= SAFE_STD_SORT_SIZE)
         std::sort(positions.begin(), positions.end(), isBefore);
     else
@@ -243,10 +250,10 @@ Positions sortObjects(const JsonObjects& objects, const SortingParameter& criter
     const Fields& fields = criteria.getFields();
     if (objects.size() < 2)
         return partOf(inInputOrder(objects.size()), window);
-    KeyOrder keys;
+    std::vector<FieldKeys> keys;
     Records records;
-    if (keys.read(objects, fields, records))
-        return sortRecords(records, window, keys);
+    if (readKeys(objects, fields, keys, records))
+        return sortRecords(records, window, KeyOrder(keys));
     return partOf(sortByValues(objects, fields), window);
 }
 

@@ -6,10 +6,11 @@
 #include "Command/Query/ValueSearch.h"
 #include "Data/XObjectBase.h"
 #include "JSONTools.h"
-#include "JsonMember.h"
 #include "JsonSorting.h"
 #include "Logging/LogStream.h"
+#include "MemberFinder.h"
 #include "RequestExpansion.h"
+#include "ResourceSearch.h"
 
 #include <numeric>
 #include <string>
@@ -58,7 +59,7 @@ Poco::SharedPtr<Paging> pagingOf(const RequestBase& request, std::size_t total)
 
 std::string idOf(const Object* object)
 {
-    const auto* const id = object ? findMember(*object, Data::XObjectBase::KEY_ID) : nullptr;
+    const auto* const id = object ? MemberFinder(Data::XObjectBase::KEY_ID).find(*object) : nullptr;
     return id ? id->convert<std::string>() : std::string();
 }
 
@@ -158,9 +159,10 @@ void QueryFilterJSON::filterJSONArrayByQuery(const Array& jsonArray, const Reque
     reqCommand.extractSearchCriteria<AttributeValueSearch>(attributeSearches);
     reqCommand.extractSearchCriteria<AnyValueSearch>(freetextSearches);
 
-    const JsonObjects objects = selectObjects(jsonArray, [&](const Object& object) {
-        return applyResourceSearch(object, attributeSearches, freetextSearches);
-    });
+    ResourceSearch search(attributeSearches, freetextSearches);
+    const bool isSearch = !attributeSearches.empty() || !freetextSearches.empty();
+    const JsonObjects objects =
+        selectObjects(jsonArray, [&](const Object& object) { return !isSearch || search.accepts(object); });
     const auto paging = pagingOf(reqCommand, objects.size());
     const Page page = pageOf(objects, sortingOf(reqCommand).get(), paging.get());
     JsonObjectArray copies = copyPage(objects, page);

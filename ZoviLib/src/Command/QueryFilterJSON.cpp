@@ -2,14 +2,13 @@
 
 #include "Command/Query/FilterParameter.h"
 #include "Command/Query/ValueSearch.h"
-#include "JsonMember.h"
 #include "Logging/LogStream.h"
 #include "RequestExpansion.h"
+#include "ResourceSearch.h"
 
 #include <Poco/Bugcheck.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <utility>
 
 namespace Zovi
@@ -31,41 +30,10 @@ namespace
 using Poco::Dynamic::Var;
 using Poco::JSON::Object;
 
-bool hasMatchingValue(const Object& object, const AnyValueSearch& search)
-{
-    return std::any_of(object.begin(), object.end(),
-                       [&](const auto& member) { return search.match(member.second); });
-}
-
 bool hasMatchingAttribute(const Object& object, const AttributeValueSearch& search)
 {
-    const Var* const value = findMember(object, search.getAttributeName());
+    const Var* const value = MemberFinder(search.getAttributeName()).find(object);
     return value && search.match(*value);
-}
-
-// Meant so: whatever a missing attribute or a null pointer does, it does not end the search; a wrong value
-// does.
-bool passesAttributeSearch(const Object& object, const AttributeValueSearchCollection& searches)
-{
-    std::uint16_t matches = 0;
-    for (const auto& search : searches) {
-        const Var* const value = search ? findMember(object, search->getAttributeName()) : nullptr;
-        if (!value)
-            continue;
-        if (!search->match(*value))
-            break;
-        ++matches;
-    }
-    return searches.empty() || searches.size() == matches;
-}
-
-// Meant so: the first hit of any search ends the count at 1, so that two searches or more never pass.
-bool passesFreetextSearch(const Object& object, const AnyValueSearchCollection& searches)
-{
-    const bool isHit = std::any_of(searches.begin(), searches.end(), [&](const auto& search) {
-        return search && hasMatchingValue(object, *search);
-    });
-    return searches.size() == (isHit ? 1U : 0U);
 }
 
 bool hasAnyField(const Object& object, const FilterParameter& selection)
@@ -100,7 +68,7 @@ bool QueryFilterJSON::applyResourceSearch(const Object& pJsonObj,
                                           const AttributeValueSearchCollection& attributeFilter,
                                           const AnyValueSearchCollection& freetextFilter)
 {
-    return passesAttributeSearch(pJsonObj, attributeFilter) && passesFreetextSearch(pJsonObj, freetextFilter);
+    return ResourceSearch(attributeFilter, freetextFilter).accepts(pJsonObj);
 }
 
 bool QueryFilterJSON::findContainedFreetexts(const Object& sourceObj,

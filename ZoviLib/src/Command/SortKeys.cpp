@@ -2,7 +2,9 @@
 
 #include "Data/XObjectBase.h"
 #include "JSONTools.h"
-#include "JsonMember.h"
+#include "MemberFinder.h"
+
+#include <Poco/ByteOrder.h>
 
 #include <algorithm>
 #include <cmath>
@@ -46,10 +48,13 @@ std::uint64_t codeOf(double value)
 /// `TEXT_CODE_LENGTH` characters neither is less.
 std::uint64_t codeOf(const std::string& text)
 {
-    std::uint64_t code = 0;
-    for (std::size_t i = 0; i < TEXT_CODE_LENGTH; ++i)
-        code = code << 8 | (i < text.size() ? static_cast<unsigned char>(text[i]) : 0U);
-    return code << 8 | std::min<std::uint64_t>(text.size(), TEXT_CODE_LONGER);
+    Poco::UInt64 characters = 0;
+    if (text.size() > TEXT_CODE_LENGTH) {
+        std::memcpy(&characters, text.data(), sizeof characters);
+        return (Poco::ByteOrder::fromBigEndian(characters) & ~TEXT_CODE_SIZE_MASK) | TEXT_CODE_LONGER;
+    }
+    std::memcpy(&characters, text.data(), text.size());
+    return Poco::ByteOrder::fromBigEndian(characters) | text.size();
 }
 
 /// The integer in `value`; false if a `double` may not tell it from its neighbours.
@@ -66,31 +71,6 @@ bool readExactInteger(const Var& value, double& out)
 }
 
 } // namespace
-
-bool FieldKeys::read(const JsonObjects& objects, const OrderedField& field)
-{
-    m_isDescending = field.isOrderDescending();
-    m_codes.reserve(objects.size());
-    bool hasKind = false;
-    Kind kind = Kind::Other;
-    for (const Object* object : objects) {
-        const Var* const value = object ? findMember(*object, field.getName()) : nullptr;
-        if (!value) {
-            addMissing();
-            continue;
-        }
-        const Kind valueKind = kindOf(*value);
-        if (!hasKind) {
-            hasKind = true;
-            kind = valueKind;
-        } else if (valueKind != kind) {
-            return isNumeric(kind) && isNumeric(valueKind) && readMixedNumbers(objects, field.getName());
-        }
-        if (!add(kind, *value))
-            return false;
-    }
-    return true;
-}
 
 // The addresses are tried first; a type that has several is found by the questions below.
 FieldKeys::Kind FieldKeys::kindOf(const Var& value)
@@ -110,7 +90,107 @@ FieldKeys::Kind FieldKeys::kindOf(const Var& value)
         return Kind::Number;
     if (Util::JSONTools::testJsonObject(value))
         return Kind::Reference;
-    return Util::JSONTools::testJsonArray(value) ? Kind::Other : Kind::Text;
+    return Util::JSONTools::testJsonArray(value) ? Kind::Other : Kind::Convertible;
+}
+
+bool FieldKeys::addCode(std::uint64_t code)
+{
+    if (!m_isMissing.empty())
+        m_isMissing.push_back(0);
+    m_codes.push_back(m_isDescending ? ~code : code);
+    return true;
+}
+
+void FieldKeys::addMissing()
+{
+    m_isMissing.resize(m_codes.size(), 0);
+    m_isMissing.push_back(1);
+    m_codes.push_back(0);
+    if (!m_texts.empty())
+        m_texts.push_back(nullptr);
+}
+
+bool FieldKeys::addNumber(double value)
+{
+    return !std::isnan(value) && addCode(codeOf(value));
+}
+
+bool FieldKeys::addText(const std::string& text)
+{
+    if (m_texts.empty()) {
+        m_texts.reserve(m_codes.capacity());
+        m_texts.resize(m_codes.size());
+    }
+    m_texts.push_back(&text);
+    return addCode(codeOf(text));
+}
+
+bool FieldKeys::addTextOf(const Var& value)
+{
+    try {
+        m_convertedTexts.push_back(value.convert<std::string>());
+    } catch (...) {
+        // It rises from the comparison, should there be one.
+        return false;
+    }
+    return addText(m_convertedTexts.back());
+}
+
+bool FieldKeys::addReference(const Var& value)
+{
+    const Object& reference = *Util::JSONTools::extractJsonObject(value);
+    const Var* const id = MemberFinder(Data::XObjectBase::KEY_ID).find(reference);
+    if (id && id->type() == typeid(std::string))
+        return addText(id->extract<std::string>());
+    m_convertedTexts.push_back(reference.optValue<std::string>(Data::XObjectBase::KEY_ID, ""));
+    return addText(m_convertedTexts.back());
+}
+
+bool FieldKeys::add(Kind kind, const Var& value)
+{
+    switch (kind) {
+    case Kind::Signed:
+        return addCode(codeOf(value.convert<Poco::Int64>()));
+    case Kind::Unsigned:
+        return addCode(value.convert<Poco::UInt64>());
+    case Kind::Number:
+        return addNumber(value.convert<double>());
+    case Kind::Text:
+        return addText(value.extract<std::string>());
+    case Kind::Convertible:
+        return addTextOf(value);
+    case Kind::Reference:
+        return addReference(value);
+    case Kind::Other:
+        break;
+    }
+    return false;
+}
+
+bool FieldKeys::read(const JsonObjects& objects, const OrderedField& field)
+{
+    m_isDescending = field.isOrderDescending();
+    m_codes.reserve(objects.size());
+    MemberFinder member(field.getName());
+    bool hasKind = false;
+    Kind kind = Kind::Other;
+    for (const Object* object : objects) {
+        const Var* const value = object ? member.find(*object) : nullptr;
+        if (!value) {
+            addMissing();
+            continue;
+        }
+        const Kind valueKind = kindOf(*value);
+        if (!hasKind) {
+            hasKind = true;
+            kind = valueKind;
+        } else if (valueKind != kind && !(isText(kind) && isText(valueKind))) {
+            return isNumeric(kind) && isNumeric(valueKind) && readMixedNumbers(objects, field.getName());
+        }
+        if (!add(valueKind, *value))
+            return false;
+    }
+    return true;
 }
 
 /// Reads the field again as `double`s: integers of both kinds, or integers and floating-point numbers.
@@ -118,10 +198,11 @@ bool FieldKeys::readMixedNumbers(const JsonObjects& objects, const std::string& 
 {
     m_codes.clear();
     m_isMissing.clear();
+    MemberFinder member(name);
     bool hasUnsigned = false;
     bool hasNegative = false;
     for (const Object* object : objects) {
-        const Var* const value = object ? findMember(*object, name) : nullptr;
+        const Var* const value = object ? member.find(*object) : nullptr;
         if (!value) {
             addMissing();
             continue;
@@ -141,80 +222,6 @@ bool FieldKeys::readMixedNumbers(const JsonObjects& objects, const std::string& 
     }
     // Comparing an unsigned integer with a negative one throws.
     return !(hasUnsigned && hasNegative);
-}
-
-bool FieldKeys::add(Kind kind, const Var& value)
-{
-    switch (kind) {
-    case Kind::Signed:
-        return addCode(codeOf(value.convert<Poco::Int64>()));
-    case Kind::Unsigned:
-        return addCode(value.convert<Poco::UInt64>());
-    case Kind::Number:
-        return addNumber(value.convert<double>());
-    case Kind::Text:
-        return addText(value);
-    case Kind::Reference:
-        return addReference(value);
-    case Kind::Other:
-        break;
-    }
-    return false;
-}
-
-void FieldKeys::addMissing()
-{
-    m_isMissing.resize(m_codes.size(), 0);
-    m_isMissing.push_back(1);
-    m_codes.push_back(0);
-    if (!m_texts.empty())
-        m_texts.push_back(nullptr);
-}
-
-bool FieldKeys::addCode(std::uint64_t code)
-{
-    if (!m_isMissing.empty())
-        m_isMissing.push_back(0);
-    m_codes.push_back(m_isDescending ? ~code : code);
-    return true;
-}
-
-bool FieldKeys::addNumber(double value)
-{
-    return !std::isnan(value) && addCode(codeOf(value));
-}
-
-bool FieldKeys::addText(const Var& value)
-{
-    if (value.type() == typeid(std::string))
-        return addTextKey(value.extract<std::string>());
-    try {
-        m_convertedTexts.push_back(value.convert<std::string>());
-    } catch (...) {
-        // It rises from the comparison, should there be one.
-        return false;
-    }
-    return addTextKey(m_convertedTexts.back());
-}
-
-bool FieldKeys::addReference(const Var& value)
-{
-    const Object& reference = *Util::JSONTools::extractJsonObject(value);
-    const Var* const id = findMember(reference, Data::XObjectBase::KEY_ID);
-    if (id && id->type() == typeid(std::string))
-        return addTextKey(id->extract<std::string>());
-    m_convertedTexts.push_back(reference.optValue<std::string>(Data::XObjectBase::KEY_ID, ""));
-    return addTextKey(m_convertedTexts.back());
-}
-
-bool FieldKeys::addTextKey(const std::string& text)
-{
-    if (m_texts.empty()) {
-        m_texts.reserve(m_codes.capacity());
-        m_texts.resize(m_codes.size());
-    }
-    m_texts.push_back(&text);
-    return addCode(codeOf(text));
 }
 
 int FieldKeys::compare(Position a, Position b) const

@@ -55,18 +55,20 @@ public:
     void dropCodes() { std::vector<std::uint64_t>().swap(m_codes); }
 
 private:
-    enum class Kind { Signed, Unsigned, Number, Text, Reference, Other };
+    /// `Convertible` are the values that are no texts and compared as if they were.
+    enum class Kind { Signed, Unsigned, Number, Text, Convertible, Reference, Other };
 
     static Kind kindOf(const Poco::Dynamic::Var& value);
     static bool isNumeric(Kind kind) { return kind <= Kind::Number; }
+    static bool isText(Kind kind) { return kind == Kind::Text || kind == Kind::Convertible; }
 
     bool readMixedNumbers(const JsonObjects& objects, const std::string& name);
     bool add(Kind kind, const Poco::Dynamic::Var& value);
     void addMissing();
     bool addNumber(double value);
-    bool addText(const Poco::Dynamic::Var& value);
+    bool addText(const std::string& text);
+    bool addTextOf(const Poco::Dynamic::Var& value);
     bool addReference(const Poco::Dynamic::Var& value);
-    bool addTextKey(const std::string& text);
     bool addCode(std::uint64_t code);
 
     std::uint32_t rankOf(bool isMissing) const { return isMissing == m_isDescending ? 1 : 0; }
