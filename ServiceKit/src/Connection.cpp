@@ -186,6 +186,7 @@ void sendHeadError(Poco::Net::HTTPServerSession& session, const RequestError& er
     response.setStatusAndReason(error.status());
     response.setDate(Poco::Timestamp());
     response.setKeepAlive(false);
+    response.set("X-Content-Type-Options", "nosniff");
     response.setContentType(answer.getMimetype());
     response.setContentLength64(static_cast<Poco::Int64>(body.str().size()));
     response.send() << body.str() << std::flush;

@@ -107,7 +107,8 @@ void sendOrReport(const HttpResponse& answer, const HTTPServerRequest& request, 
     } catch (...) {
         if (response.sent())
             throw;
-        response.erase("Content-Encoding");
+        for (const char* header : {"Content-Encoding", "ETag", "Location"})
+            response.erase(header);
         send(describeUnforeseen(request), request, response);
     }
 }
