@@ -50,7 +50,6 @@ public:
         Poco::Net::StreamSocket client(m_socket.address());
         client.setReceiveTimeout(Poco::Timespan(30, 0));
         sendAll(client, bytes);
-        client.shutdownSend();
         return receiveAll(client);
     }
 
@@ -99,9 +98,14 @@ private:
 
     static void sendAll(Poco::Net::StreamSocket& client, const std::string& bytes)
     {
-        for (std::size_t sent = 0; sent < bytes.size();)
-            sent += static_cast<std::size_t>(
-                client.sendBytes(bytes.data() + sent, static_cast<int>(bytes.size() - sent)));
+        try {
+            for (std::size_t sent = 0; sent < bytes.size();)
+                sent += static_cast<std::size_t>(
+                    client.sendBytes(bytes.data() + sent, static_cast<int>(bytes.size() - sent)));
+            client.shutdownSend();
+        } catch (const Poco::Net::NetException&) {
+            // A server that has had enough of a body closes while it is still coming.
+        }
     }
 
     static std::string receiveAll(Poco::Net::StreamSocket& client)
@@ -112,7 +116,7 @@ private:
             for (int count = client.receiveBytes(buffer, sizeof buffer); count > 0;
                  count = client.receiveBytes(buffer, sizeof buffer))
                 answer.append(buffer, static_cast<std::size_t>(count));
-        } catch (const Poco::Net::ConnectionResetException&) {
+        } catch (const Poco::Net::NetException&) {
             // A server that closes with unread bytes before it resets the connection: this is its end too.
         }
         return answer;
