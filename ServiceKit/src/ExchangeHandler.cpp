@@ -73,6 +73,25 @@ void checkQuery(const HttpRequest& request)
         throw RequestError(HTTPStatus::HTTP_BAD_REQUEST, describeQueryFault(request.getUri()));
 }
 
+/// A page may use what comes from this service, and nothing else; nobody may put it into a frame.
+void restrictPage(HTTPServerResponse& response)
+{
+    response.set("Content-Security-Policy",
+                 "default-src 'none'; script-src 'self'; style-src 'self'; connect-src 'self'; "
+                 "img-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'");
+    response.set("Referrer-Policy", "no-referrer");
+    // Files change with the program, so that a copy is good for as long as the service says so.
+    response.set("Cache-Control", "no-cache");
+}
+
+HttpResponse answerFile(const StaticFile& file, HTTPServerResponse& response)
+{
+    restrictPage(response);
+    HttpResponse answer(HTTPStatus::HTTP_OK);
+    answer.setDataFromText(file.content, file.mediaType);
+    return answer;
+}
+
 HttpResponse internalError(const HTTPServerRequest& request, const std::string& reason)
 {
     ZOVI_LOG_ERROR("Request failed: " << request.getMethod() << " " << request.getURI() << ": " << reason);
@@ -159,6 +178,8 @@ HttpResponse ExchangeHandler::answer(HTTPServerRequest& request, HTTPServerRespo
     const std::unique_ptr<HttpRequest> httpRequest = readRequest(request, decoder);
     m_hasUnreadBody = false;
     checkQuery(*httpRequest);
+    if (isStaticFile(httpRequest->getUrlPath()))
+        return answerFile(m_tree.fileAt(httpRequest->getUrlPath()), response);
     return fulfil(*httpRequest);
 }
 

@@ -38,13 +38,29 @@ void requireAddress(const Reference& reference, UrlPath::Characteristic expected
 }
 
 template <typename Node>
+const std::string& nameOf(const Node& node)
+{
+    return node.reference().name;
+}
+
+const std::string& nameOf(const StaticFolder& folder)
+{
+    return folder.name();
+}
+
+[[noreturn]] void refuseAsTaken(const std::string& name)
+{
+    throw Poco::InvalidArgumentException("Name is taken: " + inQuotes(name));
+}
+
+template <typename Node>
 void requireUnused(const std::vector<std::shared_ptr<Node>>& nodes, const std::string& name)
 {
     const bool isTaken = std::any_of(nodes.begin(), nodes.end(), [&name](const auto& node) {
-        return Poco::icompare(node->reference().name, name) == 0;
+        return Poco::icompare(nameOf(*node), name) == 0;
     });
     if (isTaken)
-        throw Poco::InvalidArgumentException("Name is taken: " + inQuotes(name));
+        refuseAsTaken(name);
 }
 
 } // namespace
@@ -77,8 +93,17 @@ ServiceTree::ServiceTree(const Poco::UUID& rootId)
 
 void ServiceTree::add(const std::shared_ptr<const Service>& service)
 {
-    requireUnused(m_services, service->reference().name);
+    const std::string& name = service->reference().name;
+    if (Poco::icompare(name, SERVICE_OF_FILES) == 0)
+        refuseAsTaken(name);
+    requireUnused(m_services, name);
     m_services.push_back(service);
+}
+
+void ServiceTree::add(const std::shared_ptr<const StaticFolder>& folder)
+{
+    requireUnused(m_folders, folder->name());
+    m_folders.push_back(folder);
 }
 
 const Service& ServiceTree::serviceAt(const UrlPath& path) const
@@ -100,6 +125,17 @@ Resource& ServiceTree::resourceAt(const UrlPath& path) const
     refuseAsAbsent(inQuotes(service.reference().name) + " has no resource " + inQuotes(path.getResource()));
 }
 
+const StaticFile& ServiceTree::fileAt(const UrlPath& path) const
+{
+    for (const auto& folder : m_folders) {
+        const StaticFile* file =
+            folder->name() == path.getResource() ? folder->find(path.getElement()) : nullptr;
+        if (file)
+            return *file;
+    }
+    refuseAsAbsent("no file is called " + inQuotes(path.getUri().getPath()));
+}
+
 MethodSet ServiceTree::methodsAt(const UrlPath& path) const
 {
     switch (path.getCharacteristic()) {
@@ -118,7 +154,10 @@ MethodSet ServiceTree::methodsAt(const UrlPath& path) const
         resourceAt(path);
         return MethodSet::readOnly();
     case UrlPath::SERVICE_RESOURCE_ELEMENT:
-        return resourceAt(path).elementMethods();
+        if (!isStaticFile(path))
+            return resourceAt(path).elementMethods();
+        fileAt(path);
+        return MethodSet::readOnly();
     default:
         return MethodSet::readOnly();
     }

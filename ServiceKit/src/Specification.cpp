@@ -25,6 +25,8 @@ Poco::JSON::Object::Ptr toJson(const AttributeSpecification& attribute)
         object->set("unit", attribute.unit);
     if (attribute.isOptional)
         object->set("optional", true);
+    if (attribute.isReadOnly)
+        object->set("readOnly", true);
     return object;
 }
 

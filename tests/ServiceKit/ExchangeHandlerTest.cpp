@@ -164,6 +164,41 @@ TEST(ExchangeHandler, CodesTheAnswerAsTheClientAccepts)
     EXPECT_THAT(gunzip(answer.body), HasSubstr(R"("data":{"name":"basket"})"));
 }
 
+TEST(ExchangeHandler, ServesFilesWithAPolicyForPages)
+{
+    const SampleServer server;
+    for (const std::string method : {"GET", "HEAD"}) {
+        SCOPED_TRACE(method);
+        const RawAnswer answer = server.ask(method + " /cdn/window/index.html HTTP/1.1\r\n" + HOST + "\r\n");
+        EXPECT_EQ(answer.status, 200);
+        EXPECT_EQ(answer.body, method == "GET" ? "<p>Fruit!</p>" : "");
+        EXPECT_EQ(answer.header("content-length"), "13");
+        EXPECT_EQ(answer.header("content-type"), "text/html; charset=utf-8");
+        EXPECT_EQ(answer.header("x-content-type-options"), "nosniff");
+        EXPECT_EQ(answer.header("referrer-policy"), "no-referrer");
+        EXPECT_EQ(answer.header("cache-control"), "no-cache");
+        EXPECT_EQ(answer.header("content-security-policy"),
+                  "default-src 'none'; script-src 'self'; style-src 'self'; connect-src 'self'; "
+                  "img-src 'self'; base-uri 'none'; form-action 'none'; frame-ancestors 'none'");
+    }
+}
+
+TEST(ExchangeHandler, LeadsToNothingButTheFiles)
+{
+    expectRefusals({
+        {"GET /cdn HTTP/1.1\r\n" + HOST + "\r\n", 404, "no service is called 'cdn'"},
+        {"GET /cdn/window HTTP/1.1\r\n" + HOST + "\r\n", 404, "no service is called 'cdn'"},
+        {"GET /cdn/window/other.html HTTP/1.1\r\n" + HOST + "\r\n", 404,
+         "no file is called '/cdn/window/other.html'"},
+        {"GET /cdn/window/../../etc/passwd HTTP/1.1\r\n" + HOST + "\r\n", 404,
+         "not an address of a service, resource or element: '/cdn/window/../../etc/passwd'"},
+        {"GET /cdn/window/..%2Findex.html HTTP/1.1\r\n" + HOST + "\r\n", 404,
+         "not an address of a service, resource or element: '/cdn/window/../index.html'"},
+        {"GET /cdn/../index.html HTTP/1.1\r\n" + HOST + "\r\n", 404,
+         "no file is called '/cdn/../index.html'"},
+    });
+}
+
 TEST(ExchangeHandler, HandsAllowedWritesToTheResource)
 {
     const SampleServer server;
@@ -256,6 +291,7 @@ TEST(ExchangeHandler, TellsWhichMethodsAnAddressAllows)
         {"PUT", "/shop/basket", "GET, HEAD, POST"},
         {"POST", APPLE, "GET, HEAD, PUT, DELETE"},
         {"POST", "/shop/puppet", "GET, HEAD"},
+        {"POST", "/cdn/window/index.html", "GET, HEAD"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.method + " " + row.url);

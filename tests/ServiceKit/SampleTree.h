@@ -86,7 +86,7 @@ private:
     std::function<Poco::JSON::Array::Ptr()> m_act;
 };
 
-/// /shop with its resources basket and puppet.
+/// /shop with its resources basket and puppet, and /cdn/window/index.html.
 inline std::shared_ptr<const ServiceKit::ServiceTree>
 makeSampleTree(std::function<Poco::JSON::Array::Ptr()> act = [] { return new Poco::JSON::Array; })
 {
@@ -95,6 +95,9 @@ makeSampleTree(std::function<Poco::JSON::Array::Ptr()> act = [] { return new Poc
     shop->add(std::make_shared<Basket>(shop->reference()));
     shop->add(std::make_shared<Puppet>(shop->reference(), std::move(act)));
     tree->add(shop);
+    const auto window = std::make_shared<ServiceKit::StaticFolder>("window");
+    window->add("index.html", "<p>Fruit!</p>");
+    tree->add(window);
     return tree;
 }
 

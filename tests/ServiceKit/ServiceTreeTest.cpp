@@ -42,6 +42,11 @@ TEST(ServiceTree, FindsServicesAndResourcesWhateverTheirCase)
     EXPECT_EQ(tree->resourceAt(UrlPath("/shop/basket/id")).reference().name, "basket");
 }
 
+TEST(ServiceTree, FindsFiles)
+{
+    EXPECT_EQ(makeSampleTree()->fileAt(UrlPath("/cdn/window/index.html")).content, "<p>Fruit!</p>");
+}
+
 TEST(ServiceTree, TellsWhatMayBeDoneAtAnAddress)
 {
     const struct {
@@ -60,6 +65,7 @@ TEST(ServiceTree, TellsWhatMayBeDoneAtAnAddress)
         {"/shop/basket/spec", "GET, HEAD"},
         {"/shop/basket/aaaaaaaa-0000-0000-0000-000000000001", "GET, HEAD, PUT, DELETE"},
         {"/shop/puppet", "GET, HEAD"},
+        {"/cdn/window/index.html", "GET, HEAD"},
     };
     const auto tree = makeSampleTree();
     for (const auto& row : rows) {
@@ -83,6 +89,11 @@ TEST(ServiceTree, NamesWhatIsNotThere)
         {"/shop/other/id", "'shop' has no resource 'other'"},
         {"/shop/other/spec", "'shop' has no resource 'other'"},
         {"/shop/other/aaaaaaaa-0000-0000-0000-000000000001", "'shop' has no resource 'other'"},
+        {"/cdn", "no service is called 'cdn'"},
+        {"/cdn/window", "no service is called 'cdn'"},
+        {"/cdn/window/other.html", "no file is called '/cdn/window/other.html'"},
+        {"/cdn/window/INDEX.html", "no file is called '/cdn/window/INDEX.html'"},
+        {"/cdn/Window/index.html", "no file is called '/cdn/Window/index.html'"},
     };
     const auto tree = makeSampleTree();
     for (const auto& row : rows) {
@@ -123,6 +134,18 @@ TEST(ServiceTree, RefusesANameThatIsTaken)
     const auto again = std::make_shared<Service>(tree.root().child("SHOP"), "");
     EXPECT_EQ(messageOf([&] { tree.add(again); }), "Name is taken: 'SHOP'");
     EXPECT_EQ(tree.services().size(), 1U);
+}
+
+TEST(ServiceTree, KeepsTheNamesOfFilesForFiles)
+{
+    ServiceTree tree(ROOT_ID);
+    for (const std::string name : {"cdn", "CDN"}) {
+        const auto service = std::make_shared<Service>(tree.root().child(name), "");
+        EXPECT_EQ(messageOf([&] { tree.add(service); }), "Name is taken: '" + name + "'");
+    }
+    tree.add(std::make_shared<StaticFolder>("window"));
+    EXPECT_EQ(messageOf([&] { tree.add(std::make_shared<StaticFolder>("Window")); }),
+              "Name is taken: 'Window'");
 }
 
 } // namespace Zovi::ServiceKit

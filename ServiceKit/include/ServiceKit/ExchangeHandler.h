@@ -54,6 +54,9 @@ struct ExchangeOptions {
 /// | 501 | an unknown method or transfer coding |
 /// | 505 | a version of the protocol other than 1.0 and 1.1 |
 ///
+/// A file goes out with a policy that keeps a page to what this service itself offers: no inline script or
+/// style, no foreign origin, no frame around it.
+///
 /// A handler serves one exchange. When a body is left unread, the connection is closed behind the answer,
 /// since the rest of the body would be taken for the next request.
 class ExchangeHandler : public Poco::Net::HTTPRequestHandler

@@ -3,6 +3,7 @@
 #include "Command/UrlPath.h"
 #include "ServiceKit/Reference.h"
 #include "ServiceKit/Resource.h"
+#include "ServiceKit/StaticFolder.h"
 
 #include <memory>
 #include <string>
@@ -35,7 +36,7 @@ private:
     std::vector<std::shared_ptr<Resource>> m_resources;
 };
 
-/// All that one process offers: a root and its services.
+/// All that one process offers: a root and its services, and files beside them.
 ///
 /// It is filled before the server starts and only read from then on.
 class ServiceTree
@@ -46,8 +47,12 @@ public:
 
     const Reference& root() const { return m_root; }
 
-    /// Shares `service`. Throws `Poco::InvalidArgumentException` if its name is taken.
+    /// Shares `service`. Throws `Poco::InvalidArgumentException` if its name is taken, as "cdn" is by the
+    /// files.
     void add(const std::shared_ptr<const Service>& service);
+
+    /// Shares `folder`. Throws `Poco::InvalidArgumentException` if its name is taken.
+    void add(const std::shared_ptr<const StaticFolder>& folder);
 
     /// In the order in which they were added.
     const std::vector<std::shared_ptr<const Service>>& services() const { return m_services; }
@@ -57,6 +62,9 @@ public:
     const Service& serviceAt(const Command::UrlPath& path) const;
     Resource& resourceAt(const Command::UrlPath& path) const;
 
+    /// The file that `path` names; case counts. Throws as above.
+    const StaticFile& fileAt(const Command::UrlPath& path) const;
+
     /// What may be done at `path`, which is valid. Throws as above if nothing is there; whether an element
     /// exists is not asked.
     MethodSet methodsAt(const Command::UrlPath& path) const;
@@ -64,6 +72,7 @@ public:
 private:
     Reference m_root;
     std::vector<std::shared_ptr<const Service>> m_services;
+    std::vector<std::shared_ptr<const StaticFolder>> m_folders;
 };
 
 /// True if `path` is the access rights of a service.
