@@ -1,0 +1,134 @@
+#!/usr/bin/env python3
+"""Checks that the pages hold what their examples say and do.
+
+Usage: check-pages.py --programs FOLDER [--emulator PROGRAM] [--update] PAGE...
+
+A page says in comments what the block below each of them must be:
+
+    <!-- snippet: examples/Model.cpp create -->   the lines between "// [create]" and "// [/create]"
+    <!-- output: Model create -->                 what the program Model writes behind the line "[create]",
+                                                  up to the next such line
+    <!-- answered by: QueryPage -->               the page is what the program QueryPage makes of it
+
+Files are named from the folder of the page, programs from FOLDER. With --update the pages are brought up to date.
+"""
+
+import argparse
+import difflib
+import functools
+import pathlib
+import re
+import subprocess
+import sys
+import textwrap
+
+MARKER = re.compile(r"<!-- (snippet|output): (\S+) (\S+) -->")
+ANSWERED = re.compile(r"<!-- answered by: (\S+) -->")
+SECTION = re.compile(r"\[([\w-]+)\]")
+
+
+class Problem(Exception):
+    """Something that a page refers to is not there."""
+
+
+def snippet(path, name):
+    """The lines of a region of a source file, without their common indentation."""
+    lines = path.read_text().splitlines()
+    stripped = [line.strip() for line in lines]
+    try:
+        begin = stripped.index(f"// [{name}]")
+        end = stripped.index(f"// [/{name}]", begin)
+    except ValueError:
+        raise Problem(f"{path} has no region {name}") from None
+    inner = [line for line in lines[begin + 1 : end] if not re.fullmatch(r"\s*// \[/?[\w-]+\]", line)]
+    return textwrap.dedent("\n".join(inner)).strip("\n").splitlines()
+
+
+class Programs:
+    """Runs the programs of a folder, each once with the same arguments."""
+
+    def __init__(self, folder, emulator):
+        self.folder = folder
+        self.emulator = emulator
+
+    @functools.lru_cache(maxsize=None)
+    def run(self, name, *arguments):
+        command = [*self.emulator, str(self.folder / name), *arguments]
+        done = subprocess.run(command, stdout=subprocess.PIPE, check=False, text=True, timeout=240)
+        if done.returncode != 0:
+            raise Problem(f"{name} ended with {done.returncode}")
+        return done.stdout
+
+    def section(self, name, section):
+        """The lines of the output behind the line [section]."""
+        found = None
+        for line in self.run(name).splitlines():
+            match = SECTION.fullmatch(line)
+            if match:
+                if found is not None:
+                    break
+                found = [] if match.group(1) == section else None
+            elif found is not None:
+                found.append(line)
+        if found is None:
+            raise Problem(f"{name} writes no section {section}")
+        return found
+
+
+def expected_body(page, marker, programs):
+    kind, source, name = marker.groups()
+    return snippet(page.parent / source, name) if kind == "snippet" else programs.section(source, name)
+
+
+def expected_page(page, text, programs):
+    """The page as it should be."""
+    answered = ANSWERED.search(text)
+    if answered:
+        return programs.run(answered.group(1), str(page))
+    result = []
+    lines = iter(text.splitlines())
+    for line in lines:
+        result.append(line)
+        marker = MARKER.fullmatch(line)
+        if not marker:
+            continue
+        opening = next(lines, "")
+        if not opening.startswith("```"):
+            raise Problem(f"{page}: no block below {line}")
+        result += [opening, *expected_body(page, marker, programs), "```"]
+        while next(lines, "```") != "```":
+            pass
+    return "\n".join(result) + "\n"
+
+
+def check(page, programs, update):
+    """True if the page is up to date, or has been brought there."""
+    text = page.read_text()
+    expected = expected_page(page, text, programs)
+    if update:
+        page.write_text(expected)
+    elif text != expected:
+        sys.stdout.writelines(
+            difflib.unified_diff(text.splitlines(True), expected.splitlines(True), str(page), "as it should be")
+        )
+        return False
+    return True
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--programs", type=pathlib.Path, required=True)
+    parser.add_argument("--emulator", default="")
+    parser.add_argument("--update", action="store_true")
+    parser.add_argument("pages", type=pathlib.Path, nargs="+")
+    arguments = parser.parse_args()
+    programs = Programs(arguments.programs, [part for part in arguments.emulator.split(";") if part])
+    try:
+        results = [check(page, programs, arguments.update) for page in arguments.pages]
+    except Problem as problem:
+        sys.exit(str(problem))
+    sys.exit(0 if all(results) else 1)
+
+
+if __name__ == "__main__":
+    main()
