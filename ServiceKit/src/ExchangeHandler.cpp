@@ -2,6 +2,7 @@
 
 #include "Command/HttpRequest.h"
 #include "HTTPEncoderDecoder.h"
+#include "Http/ZoviHttpCacheHandler.h"
 #include "Logging/LogStream.h"
 #include "QueryFault.h"
 #include "RequestChecks.h"
@@ -15,6 +16,7 @@
 #include <Poco/RegularExpression.h>
 
 #include <exception>
+#include <sstream>
 #include <utility>
 
 namespace Zovi::ServiceKit
@@ -118,11 +120,39 @@ void send(const HttpResponse& answer, const HTTPServerRequest& request, HTTPServ
     answer.send(response, coder, request.getMethod() == HTTPRequest::HTTP_HEAD);
 }
 
+bool isRead(const HTTPServerRequest& request)
+{
+    return request.getMethod() == HTTPRequest::HTTP_GET || request.getMethod() == HTTPRequest::HTTP_HEAD;
+}
+
+/// Whether the client holds what `answer` says. What may be held gets its tag in either case.
+bool isHeldByClient(const HttpResponse& answer, const HTTPServerRequest& request,
+                    HTTPServerResponse& response)
+{
+    if (!isRead(request) || answer.getStatus() != HTTPStatus::HTTP_OK || !answer.hasContent())
+        return false;
+    return Net::ZoviHttpCacheHandler().handleRequest(request, response, answer) ==
+           Net::ZoviHttpCacheHandler::CONTENT_UNCHANGED;
+}
+
+/// The headers by which the client knows its copy again, and no length: that of nothing would be taken for
+/// the length of the copy.
+void sendNotModified(const HTTPServerRequest& request, HTTPServerResponse& response)
+{
+    response.setStatusAndReason(HTTPStatus::HTTP_NOT_MODIFIED);
+    std::ostringstream noBody;
+    Net::HTTPEncoderDecoder(request, response).getOutputStream(noBody);
+    response.send();
+}
+
 /// A document that cannot be printed is found out only now.
 void sendOrReport(const HttpResponse& answer, const HTTPServerRequest& request, HTTPServerResponse& response)
 {
     try {
-        send(answer, request, response);
+        if (isHeldByClient(answer, request, response))
+            sendNotModified(request, response);
+        else
+            send(answer, request, response);
     } catch (...) {
         if (response.sent())
             throw;

@@ -13,8 +13,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <functional>
+#include <memory>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace Zovi::ServiceKit
 {
@@ -22,11 +26,13 @@ namespace Zovi::ServiceKit
 using Test::IsJson;
 using Test::LogCapture;
 using Test::makeSampleTree;
+using Test::parseJson;
 using Test::RawAnswer;
 using Test::RawClient;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::MatchesRegex;
 
 namespace
 {
@@ -66,6 +72,16 @@ public:
 private:
     HttpServer m_server;
 };
+
+std::string get(const std::string& url, const std::string& headers = "")
+{
+    return "GET " + url + " HTTP/1.1\r\n" + HOST + headers + "\r\n";
+}
+
+Poco::Int64 timestampOf(const RawAnswer& answer)
+{
+    return parseJson(answer.body).extract<Poco::JSON::Object::Ptr>()->getValue<Poco::Int64>("timestamp");
+}
 
 std::string errorDocument(int code, const std::string& message)
 {
@@ -197,6 +213,125 @@ TEST(ExchangeHandler, LeadsToNothingButTheFiles)
         {"GET /cdn/../index.html HTTP/1.1\r\n" + HOST + "\r\n", 404,
          "no file is called '/cdn/../index.html'"},
     });
+}
+
+TEST(ExchangeHandler, TagsFilesToo)
+{
+    const SampleServer server;
+    const std::string url = "/cdn/window/index.html";
+    const std::string tag = server.ask(get(url)).header("etag");
+    EXPECT_THAT(tag, MatchesRegex(R"(W/"[0-9a-f]{8}")"));
+    EXPECT_EQ(server.ask(get(url, "If-None-Match: " + tag + "\r\n")).status, 304);
+}
+
+TEST(ExchangeHandler, TagsWhatIsReadWhateverItsTimeAndItsCoding)
+{
+    const SampleServer server;
+    const RawAnswer first = server.ask(get("/shop/basket"));
+    EXPECT_THAT(first.header("etag"), MatchesRegex(R"(W/"[0-9a-f]{8}")"));
+    RawAnswer later = server.ask(get("/shop/basket"));
+    while (timestampOf(later) == timestampOf(first))
+        later = server.ask(get("/shop/basket"));
+    EXPECT_EQ(later.header("etag"), first.header("etag"));
+    for (const std::string coding : {"gzip", "deflate", "identity"}) {
+        SCOPED_TRACE(coding);
+        const RawAnswer coded = server.ask(get("/shop/basket", "Accept-Encoding: " + coding + "\r\n"));
+        EXPECT_EQ(coded.header("content-encoding"), coding == "identity" ? "" : coding);
+        EXPECT_EQ(coded.header("etag"), first.header("etag"));
+    }
+    const RawAnswer head = server.ask("HEAD /shop/basket HTTP/1.1\r\n" + HOST + "\r\n");
+    EXPECT_EQ(head.header("etag"), first.header("etag"));
+}
+
+TEST(ExchangeHandler, GivesOtherDataAnotherTag)
+{
+    const SampleServer server;
+    const std::string tag = server.ask(get("/shop/basket")).header("etag");
+    for (const std::string url : {"/", "/shop", "/shop/basket?$limit=1", "/shop/basket/id", "/shop/puppet"}) {
+        SCOPED_TRACE(url);
+        const RawAnswer answer = server.ask(get(url, "If-None-Match: " + tag + "\r\n"));
+        EXPECT_EQ(answer.status, 200);
+        EXPECT_NE(answer.header("etag"), tag);
+    }
+}
+
+TEST(ExchangeHandler, SendsAnewWhatHasChanged)
+{
+    const auto size = std::make_shared<std::atomic<int>>(1);
+    const SampleServer server([size] {
+        Poco::JSON::Object::Ptr element = new Poco::JSON::Object;
+        element->set("size", size->load());
+        Poco::JSON::Array::Ptr array = new Poco::JSON::Array;
+        array->add(element);
+        return array;
+    });
+    const RawAnswer first = server.ask(get("/shop/puppet"));
+    const std::string condition = "If-None-Match: " + first.header("etag") + "\r\n";
+    EXPECT_EQ(server.ask(get("/shop/puppet", condition)).status, 304);
+    *size = 2;
+    const RawAnswer second = server.ask(get("/shop/puppet", condition));
+    EXPECT_EQ(second.status, 200);
+    EXPECT_NE(second.header("etag"), first.header("etag"));
+    EXPECT_THAT(second.body, HasSubstr(R"("data":[{"size":2}])"));
+}
+
+TEST(ExchangeHandler, SendsNothingAgainThatTheClientHolds)
+{
+    const SampleServer server;
+    const std::string tag = server.ask(get("/shop/basket")).header("etag");
+    const std::string conditions[] = {
+        "If-None-Match: " + tag + "\r\n",
+        "If-None-Match: " + tag.substr(2) + "\r\n",
+        "If-None-Match: W/\"00000000\", " + tag + "\r\n",
+        "If-None-Match: \"x\"\r\nIf-None-Match: " + tag + "\r\n",
+        "If-None-Match: *\r\n",
+        "If-None-Match: " + tag + "\r\nAccept-Encoding: gzip\r\n",
+    };
+    for (const std::string method : {"GET", "HEAD"}) {
+        for (const std::string& condition : conditions) {
+            SCOPED_TRACE(method + " " + condition);
+            const RawAnswer answer =
+                server.ask(method + " /shop/basket HTTP/1.1\r\n" + HOST + condition + "\r\n");
+            EXPECT_EQ(answer.status, 304);
+            EXPECT_EQ(answer.header("etag"), tag);
+            EXPECT_EQ(answer.header("vary"), "Accept-Encoding");
+            for (const std::string header : {"content-length", "content-type", "content-encoding"})
+                EXPECT_EQ(answer.headers.count(header), 0U) << header;
+        }
+    }
+}
+
+TEST(ExchangeHandler, KeepsTheConnectionBehindWhatTheClientHolds)
+{
+    const SampleServer server;
+    RawClient client(server.address());
+    client.send(get("/id", "If-None-Match: *\r\n") + "HEAD /id HTTP/1.1\r\n" + HOST +
+                "If-None-Match: *\r\n\r\n" + get("/id", "Connection: close\r\n"));
+    EXPECT_EQ(client.receive().status, 304);
+    EXPECT_EQ(client.receive(true).status, 304);
+    EXPECT_THAT(client.receive().body, HasSubstr("11111111-2222-3333-4444-555555555555"));
+    EXPECT_EQ(client.receiveRest(), "");
+}
+
+TEST(ExchangeHandler, TagsNeitherErrorsNorAnswersToWrites)
+{
+    const SampleServer server;
+    const std::string any = "If-None-Match: *\r\n";
+    const struct {
+        std::string request;
+        int status;
+    } rows[] = {
+        {get("/nothing", any), 404},
+        {get("/shop?$limit=x", any), 400},
+        {postWithLength("abc", any), 200},
+        {"PUT " + APPLE + " HTTP/1.1\r\n" + HOST + any + "Content-Length: 0\r\n\r\n", 200},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.request);
+        const RawAnswer answer = server.ask(row.request);
+        EXPECT_EQ(answer.status, row.status);
+        EXPECT_EQ(answer.headers.count("etag"), 0U);
+    }
 }
 
 TEST(ExchangeHandler, HandsAllowedWritesToTheResource)
@@ -478,6 +613,7 @@ TEST(ExchangeHandler, ReportsADocumentThatCannotBePrinted)
         EXPECT_EQ(answer.status, 500);
         const std::string body = coding == "gzip" ? gunzip(answer.body) : answer.body;
         EXPECT_THAT(body, IsJson(errorDocument(500, "internal processing error")));
+        EXPECT_EQ(answer.headers.count("etag"), 0U);
     }
     EXPECT_EQ(log.texts().size(), 2U);
 }

@@ -41,6 +41,7 @@ struct ExchangeOptions {
 ///
 /// | Status | When |
 /// | --- | --- |
+/// | 304 | a GET or HEAD whose "If-None-Match" names what would be answered; the tag, and no body |
 /// | 400 | no usable "Host", a malformed message, URL, query or body |
 /// | 403 | a write from a foreign "Origin" |
 /// | 404 | a malformed address, or nothing there |
@@ -56,6 +57,9 @@ struct ExchangeOptions {
 ///
 /// A file goes out with a policy that keeps a page to what this service itself offers: no inline script or
 /// style, no foreign origin, no frame around it.
+///
+/// What a GET or HEAD is answered by with status 200 has an "ETag": the same for the same data, whatever the
+/// time stamp of the document and the content coding are.
 ///
 /// A handler serves one exchange. When a body is left unread, the connection is closed behind the answer,
 /// since the rest of the body would be taken for the next request.
