@@ -1,5 +1,6 @@
 #include "HostService.h"
 
+#include "Explorer.h"
 #include "FilesystemResource.h"
 #include "HostIdentity.h"
 #include "InterfaceResource.h"
@@ -19,6 +20,7 @@ std::shared_ptr<const ServiceKit::ServiceTree> makeHostTree(const std::filesyste
     service->add(std::make_shared<InterfaceResource>(host, root));
     service->add(std::make_shared<FilesystemResource>(host, root));
     tree->add(service);
+    tree->add(makeExplorer());
     return tree;
 }
 

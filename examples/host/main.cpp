@@ -59,7 +59,7 @@ void printAddresses(const Poco::Net::SocketAddress& address)
     std::cout << "kyr-host listens on " << address.toString() << ". Try:\n";
     for (const char* path : {"/", "/host", "/host/processes", "/host/interfaces", "/host/filesystems"})
         std::cout << "  curl -s http://" << authority << path << "\n";
-    std::cout << std::flush;
+    std::cout << "or in a browser:\n  http://" << authority << "/cdn/explorer/index.html\n" << std::flush;
 }
 
 int serve(ServiceKit::ServerOptions options)

@@ -362,7 +362,9 @@ TEST(HostProgram, PrintsAddressesToTry)
     const std::string authority = program.waitForAddress().toString();
     program.sendSignal(SIGTERM);
     EXPECT_EQ(program.wait(), 0);
-    EXPECT_THAT(program.restOfOutput(), HasSubstr("  curl -s http://" + authority + "/host/processes\n"));
+    const std::string output = program.restOfOutput();
+    EXPECT_THAT(output, HasSubstr("  curl -s http://" + authority + "/host/processes\n"));
+    EXPECT_THAT(output, HasSubstr("  http://" + authority + "/cdn/explorer/index.html\n"));
 }
 
 TEST(HostProgram, SaysThatThePortIsInUse)
