@@ -1,6 +1,8 @@
 #include "ServiceKit/Resource.h"
 
+#include "Data/ResourceBase.h"
 #include "ServiceKit/RequestError.h"
+#include "ServiceKit/Text.h"
 
 #include <Poco/Net/HTTPRequest.h>
 
@@ -48,7 +50,11 @@ std::string MethodSet::toHeader() const
 Resource::Resource(const Reference& reference, const std::string& description)
     : m_reference(reference)
     , m_description(description)
+    , m_object(Data::INVALID_XOBJ_ID)
 {
+    reference.identify(m_object);
+    m_object.setValue<Data::AttributeValueStringable<std::string>>(Data::ResourceBase::KEY_DESCRIPTION,
+                                                                   description);
 }
 
 Resource::~Resource() = default;
@@ -66,6 +72,13 @@ MethodSet Resource::elementMethods() const
 Command::HttpResponse Resource::write(const Command::HttpRequest&)
 {
     throw RequestError(Command::HTTPStatus::HTTP_NOT_IMPLEMENTED, "");
+}
+
+Poco::SharedPtr<Data::ElementGeneric> Resource::makeElement(const Poco::UUID& id,
+                                                            const std::string& name) const
+{
+    return new Data::ElementGeneric(Poco::URI(m_reference.element(id, name).uri), toValidUtf8(name),
+                                    Data::INVALID_XOBJ_ID);
 }
 
 } // namespace Zovi::ServiceKit

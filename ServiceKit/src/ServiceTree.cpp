@@ -1,6 +1,8 @@
 #include "ServiceKit/ServiceTree.h"
 
+#include "Data/AttributeValueArray.h"
 #include "ServiceKit/RequestError.h"
+#include "ServiceKit/ResourceReference.h"
 #include "ServiceKit/Text.h"
 
 #include <Poco/Exception.h>
@@ -16,6 +18,9 @@ namespace
 {
 
 using Command::UrlPath;
+using ResourceReferences = Data::AttributeValueArray<ResourceReference>;
+
+const std::string KEY_RESOURCES = "resources";
 
 /// The parser of addresses itself decides what may be a name.
 bool isAddress(const std::string& uri, UrlPath::Characteristic expected)
@@ -74,9 +79,12 @@ bool isAccessRights(const UrlPath& path)
 
 Service::Service(const Reference& reference, const std::string& description)
     : m_reference(reference)
-    , m_description(description)
+    , m_info(reference.id, Poco::URI(), reference.name, 0, description)
 {
     requireAddress(reference, UrlPath::SERVICE);
+    reference.identify(m_info);
+    m_info.removeValue(MicroServiceInfo::KEY_PORT);
+    m_info.setValue<ResourceReferences>(KEY_RESOURCES, {});
 }
 
 void Service::add(const std::shared_ptr<Resource>& resource)
@@ -84,6 +92,7 @@ void Service::add(const std::shared_ptr<Resource>& resource)
     requireAddress(resource->reference(), UrlPath::SERVICE_RESOURCE);
     requireUnused(m_resources, resource->reference().name);
     m_resources.push_back(resource);
+    m_info.setValue<ResourceReferences>(KEY_RESOURCES, {m_resources.begin(), m_resources.end()});
 }
 
 ServiceTree::ServiceTree(const Poco::UUID& rootId)

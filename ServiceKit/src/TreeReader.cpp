@@ -1,10 +1,13 @@
 #include "ServiceKit/TreeReader.h"
 
+#include "Command/Query/ExpandParameter.h"
 #include "Command/QueryFilterJSON.h"
 #include "Command/ResponseObject.h"
 #include "ServiceKit/RequestError.h"
 #include "ServiceKit/Text.h"
 
+#include <Poco/JSON/Array.h>
+#include <Poco/JSON/Object.h>
 #include <Poco/RegularExpression.h>
 #include <Poco/String.h>
 
@@ -33,29 +36,12 @@ HttpResponse answerSpecification(const Poco::JSON::Object::Ptr& specification)
     return HttpResponse(HTTPStatus::HTTP_OK, Command::ResponseObject(specification));
 }
 
-Poco::JSON::Object::Ptr describe(const Service& service)
-{
-    Poco::JSON::Object::Ptr object = service.reference().toJson();
-    object->set("description", service.description());
-    return object;
-}
-
 Poco::JSON::Array::Ptr references(const ServiceTree& tree)
 {
     Poco::JSON::Array::Ptr array = new Poco::JSON::Array;
     for (const auto& service : tree.services())
-        array->add(service->reference().toJson());
+        array->add(service->info().toJSON(-1));
     return array;
-}
-
-Poco::JSON::Object::Ptr overview(const Service& service)
-{
-    Poco::JSON::Array::Ptr resources = new Poco::JSON::Array;
-    for (const auto& resource : service.resources())
-        resources->add(resource->reference().toJson());
-    Poco::JSON::Object::Ptr object = describe(service);
-    object->set("resources", resources);
-    return object;
 }
 
 Poco::JSON::Object::Ptr specification(const Service& service)
@@ -65,7 +51,7 @@ Poco::JSON::Object::Ptr specification(const Service& service)
         resources->set(resource->reference().name, resource->specification());
     Poco::JSON::Object::Ptr object = new Poco::JSON::Object;
     object->set("name", service.reference().name);
-    object->set("description", service.description());
+    object->set("description", service.info().getDescription());
     object->set("resources", resources);
     return object;
 }
@@ -92,7 +78,7 @@ Poco::JSON::Object::Ptr accessRights(const Service& service)
 
 /// The address checks a UUID more generously than it is written here: a text with anything behind the UUID,
 /// or without its hyphens, names no element.
-Poco::JSON::Object::Ptr findElement(const Resource& resource, const std::string& idText)
+Data::ElementBase::Ptr findElement(const Resource& resource, const std::string& idText)
 {
     Poco::UUID id;
     if (!id.tryParse(idText) || id.toString() != Poco::toLower(idText))
@@ -103,11 +89,25 @@ Poco::JSON::Object::Ptr findElement(const Resource& resource, const std::string&
 HttpResponse answerElementOf(const Resource& resource, const RequestBase& request)
 {
     const std::string& id = request.getUrlPath().getElement();
-    const Poco::JSON::Object::Ptr element = findElement(resource, id);
+    const Data::ElementBase::Ptr element = findElement(resource, id);
     if (!element)
         throw RequestError(HTTPStatus::HTTP_NOT_FOUND,
                            resource.reference().uri + " has no element " + inQuotes(id));
-    return answerElement(request, element);
+    return answerElement(request, *element);
+}
+
+/// What renders the objects of an answer; a null pointer if the request leaves the depth to the service.
+Poco::SharedPtr<Command::ExpandParameter> expansionOf(const RequestBase& request)
+{
+    if (request.hasExpandCriteria())
+        return request.getFirstCriterion<Command::LevelExpansion>();
+    return request.getFirstCriterion<Command::PropertyExpansion>();
+}
+
+/// References stay in their short form unless the request asks for more.
+Poco::JSON::Object::Ptr render(const Data::XObjectBase& object, const Command::ExpandParameter* expansion)
+{
+    return expansion ? expansion->apply(object) : object.toJSON(0);
 }
 
 /// A pattern may be well-formed and yet ask for more than is granted, which shows only at a value.
@@ -121,6 +121,23 @@ void evaluate(const Evaluation& evaluation)
     }
 }
 
+HttpResponse answerArray(const RequestBase& request, const Poco::JSON::Array& array)
+{
+    Poco::JSON::Array::Ptr page = new Poco::JSON::Array;
+    Poco::JSON::Object::Ptr paging;
+    evaluate([&] { QueryFilterJSON::filterJSONArrayByQuery(array, request, *page, paging); });
+    HttpResponse answer(HTTPStatus::HTTP_OK);
+    answer.setDataFromArray(page, paging);
+    return answer;
+}
+
+HttpResponse answerObject(const RequestBase& request, const Poco::JSON::Object& object)
+{
+    Poco::JSON::Object::Ptr shaped = new Poco::JSON::Object;
+    evaluate([&] { QueryFilterJSON::filterJSONObjectByQuery(object, request, *shaped); });
+    return HttpResponse(HTTPStatus::HTTP_OK, Command::ResponseObject(shaped));
+}
+
 } // namespace
 
 TreeReader::TreeReader(const ServiceTree& tree)
@@ -132,7 +149,7 @@ HttpResponse TreeReader::read(const RequestBase& request) const
 {
     switch (request.getUrlPath().getCharacteristic()) {
     case UrlPath::ROOT:
-        return answerCollection(request, references(m_tree));
+        return answerArray(request, *references(m_tree));
     case UrlPath::ROOT_ID:
         return answerId(m_tree.root());
     case UrlPath::SERVICE:
@@ -151,13 +168,13 @@ HttpResponse TreeReader::readService(const RequestBase& request) const
     const Service& service = m_tree.serviceAt(path);
     switch (path.getCharacteristic()) {
     case UrlPath::SERVICE:
-        return answerElement(request, overview(service));
+        return answerElement(request, service.info());
     case UrlPath::SERVICE_ID:
         return answerId(service.reference());
     case UrlPath::SERVICE_SPEC:
         return answerSpecification(specification(service));
     default:
-        return answerElement(request, accessRights(service));
+        return answerObject(request, *accessRights(service));
     }
 }
 
@@ -177,21 +194,18 @@ HttpResponse TreeReader::readResource(const RequestBase& request) const
     }
 }
 
-HttpResponse answerCollection(const RequestBase& request, const Poco::JSON::Array::Ptr& elements)
+HttpResponse answerCollection(const RequestBase& request, const Data::ElementCollection& elements)
 {
-    Poco::JSON::Array::Ptr page = new Poco::JSON::Array;
-    Poco::JSON::Object::Ptr paging;
-    evaluate([&] { QueryFilterJSON::filterJSONArrayByQuery(*elements, request, *page, paging); });
-    HttpResponse answer(HTTPStatus::HTTP_OK);
-    answer.setDataFromArray(page, paging);
-    return answer;
+    const Poco::SharedPtr<Command::ExpandParameter> expansion = expansionOf(request);
+    Poco::JSON::Array array;
+    for (const Data::ElementBase::Ptr& element : elements)
+        array.add(render(*element, expansion.get()));
+    return answerArray(request, array);
 }
 
-HttpResponse answerElement(const RequestBase& request, const Poco::JSON::Object::Ptr& element)
+HttpResponse answerElement(const RequestBase& request, const Data::XObjectBase& element)
 {
-    Poco::JSON::Object::Ptr shaped = new Poco::JSON::Object;
-    evaluate([&] { QueryFilterJSON::filterJSONObjectByQuery(*element, request, *shaped); });
-    return HttpResponse(HTTPStatus::HTTP_OK, Command::ResponseObject(shaped));
+    return answerObject(request, *render(element, expansionOf(request).get()));
 }
 
 } // namespace Zovi::ServiceKit

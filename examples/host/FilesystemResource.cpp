@@ -3,6 +3,7 @@
 #include "FileText.h"
 #include "ServiceKit/Specification.h"
 #include "ServiceKit/Text.h"
+#include "Values.h"
 
 #include <sys/statvfs.h>
 
@@ -25,8 +26,8 @@ std::optional<Capacity> readCapacity(const std::string& mountPoint)
 
 FilesystemResource::FilesystemResource(const Reference& service, const std::filesystem::path& root,
                                        std::function<std::optional<Capacity>(const std::string&)> capacityOf)
-    : Resource(service.child("filesystems"),
-               "The mounted filesystems of this machine that have room for files.")
+    : MachineResource(service.child("filesystems"),
+                      "The mounted filesystems of this machine that have room for files.")
     , m_mountInfo(root / "proc/self/mountinfo")
     , m_capacityOf(std::move(capacityOf))
 {
@@ -45,49 +46,30 @@ Poco::JSON::Object::Ptr FilesystemResource::specification() const
         });
 }
 
-Poco::JSON::Array::Ptr FilesystemResource::elements() const
+FilesystemResource::Findings FilesystemResource::find() const
 {
-    Poco::JSON::Array::Ptr array = new Poco::JSON::Array;
-    for (const Mount& mount : readMounts()) {
-        if (const Poco::JSON::Object::Ptr object = describe(mount))
-            array->add(object);
+    Findings findings;
+    for (const Mount& mount : parseMountInfo(readFile(m_mountInfo).value_or(""))) {
+        findings.push_back(
+            makeFinding(mount.mountPoint, mount.mountPoint,
+                        [this, mount](Data::ElementGeneric& element) { return describe(mount, element); }));
     }
-    return array;
+    return findings;
 }
 
-Poco::JSON::Object::Ptr FilesystemResource::element(const Poco::UUID& id) const
+/// False for a filesystem without room, as that of the processes themselves.
+bool FilesystemResource::describe(const Mount& mount, Data::ElementGeneric& element) const
 {
-    for (const Mount& mount : readMounts()) {
-        if (referenceTo(mount).id == id)
-            return describe(mount);
-    }
-    return {};
-}
-
-std::vector<Mount> FilesystemResource::readMounts() const
-{
-    return parseMountInfo(readFile(m_mountInfo).value_or(""));
-}
-
-Reference FilesystemResource::referenceTo(const Mount& mount) const
-{
-    return reference().element(ServiceKit::nameBasedId(reference().id, mount.mountPoint), mount.mountPoint);
-}
-
-/// A null pointer for a filesystem without room, as that of the processes themselves.
-Poco::JSON::Object::Ptr FilesystemResource::describe(const Mount& mount) const
-{
-    Poco::JSON::Object::Ptr object = referenceTo(mount).toJson();
-    object->set("mountPoint", ServiceKit::toValidUtf8(mount.mountPoint));
-    object->set("type", ServiceKit::toValidUtf8(mount.type));
+    element.setValue<Text>("mountPoint", ServiceKit::toValidUtf8(mount.mountPoint));
+    element.setValue<Text>("type", ServiceKit::toValidUtf8(mount.type));
     if (mayBlock(mount.type))
-        return object;
+        return true;
     const std::optional<Capacity> capacity = m_capacityOf(mount.mountPoint);
     if (!capacity || capacity->size == 0)
-        return {};
-    object->set("size", static_cast<Poco::UInt64>(capacity->size));
-    object->set("free", static_cast<Poco::UInt64>(capacity->free));
-    return object;
+        return false;
+    element.setValue<Counter>("size", capacity->size);
+    element.setValue<Counter>("free", capacity->free);
+    return true;
 }
 
 } // namespace Zovi::Host

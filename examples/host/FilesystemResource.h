@@ -1,14 +1,13 @@
 #pragma once
 
+#include "MachineResource.h"
 #include "MountTable.h"
-#include "ServiceKit/Resource.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace Zovi::Host
 {
@@ -24,7 +23,7 @@ std::optional<Capacity> readCapacity(const std::string& mountPoint);
 
 /// The mounted filesystems of the machine that have room for files; those that the kernel only makes up are
 /// left out.
-class FilesystemResource : public ServiceKit::Resource
+class FilesystemResource : public MachineResource
 {
 public:
     /// Reads the mount table under `root`, "/" as a rule.
@@ -32,13 +31,10 @@ public:
                        std::function<std::optional<Capacity>(const std::string&)> capacityOf = readCapacity);
 
     Poco::JSON::Object::Ptr specification() const override;
-    Poco::JSON::Array::Ptr elements() const override;
-    Poco::JSON::Object::Ptr element(const Poco::UUID& id) const override;
 
 private:
-    std::vector<Mount> readMounts() const;
-    ServiceKit::Reference referenceTo(const Mount& mount) const;
-    Poco::JSON::Object::Ptr describe(const Mount& mount) const;
+    Findings find() const override;
+    bool describe(const Mount& mount, Data::ElementGeneric& element) const;
 
     std::filesystem::path m_mountInfo;
     std::function<std::optional<Capacity>(const std::string&)> m_capacityOf;

@@ -3,6 +3,7 @@
 #include "FileText.h"
 #include "ServiceKit/Specification.h"
 #include "ServiceKit/Text.h"
+#include "Values.h"
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>
@@ -50,25 +51,20 @@ std::string toText(const std::vector<unsigned char>& address, const std::vector<
     return text.data() + (mask.empty() ? std::string() : "/" + std::to_string(prefixLength));
 }
 
-Poco::JSON::Array::Ptr toJson(const std::vector<std::string>& texts)
-{
-    Poco::JSON::Array::Ptr array = new Poco::JSON::Array;
-    for (const std::string& text : texts)
-        array->add(text);
-    return array;
-}
-
-void setText(Poco::JSON::Object& object, const std::string& key, const std::filesystem::path& file)
+void setText(Data::ElementGeneric& element, const std::string& name, const std::filesystem::path& file)
 {
     const std::optional<std::string> text = readLine(file);
     if (text && !text->empty())
-        object.set(key, ServiceKit::toValidUtf8(*text));
+        element.setValue<Text>(name, ServiceKit::toValidUtf8(*text));
 }
 
-void setNumber(Poco::JSON::Object& object, const std::string& key, const std::filesystem::path& file)
+/// False if there is no number in the file.
+bool setNumber(Data::ElementGeneric& element, const std::string& name, const std::filesystem::path& file)
 {
-    if (const std::optional<std::uint64_t> number = toNumber<std::uint64_t>(readLine(file).value_or("")))
-        object.set(key, static_cast<Poco::UInt64>(*number));
+    const std::optional<std::uint64_t> number = toNumber<std::uint64_t>(readLine(file).value_or(""));
+    if (number)
+        element.setValue<Counter>(name, *number);
+    return number.has_value();
 }
 
 } // namespace
@@ -90,7 +86,7 @@ AddressesByInterface readInterfaceAddresses()
 
 InterfaceResource::InterfaceResource(const Reference& service, const std::filesystem::path& root,
                                      std::function<AddressesByInterface()> readAddresses)
-    : Resource(service.child("interfaces"), "The network interfaces of this machine.")
+    : MachineResource(service.child("interfaces"), "The network interfaces of this machine.")
     , m_folder(root / "sys/class/net")
     , m_readAddresses(std::move(readAddresses))
 {
@@ -114,56 +110,36 @@ Poco::JSON::Object::Ptr InterfaceResource::specification() const
         });
 }
 
-Poco::JSON::Array::Ptr InterfaceResource::elements() const
-{
-    const AddressesByInterface addresses = m_readAddresses();
-    Poco::JSON::Array::Ptr array = new Poco::JSON::Array;
-    for (const std::string& name : readNames()) {
-        if (const Poco::JSON::Object::Ptr object = describe(name, addresses))
-            array->add(object);
-    }
-    return array;
-}
-
-Poco::JSON::Object::Ptr InterfaceResource::element(const Poco::UUID& id) const
-{
-    for (const std::string& name : readNames()) {
-        if (referenceTo(name).id == id)
-            return describe(name, m_readAddresses());
-    }
-    return {};
-}
-
-std::vector<std::string> InterfaceResource::readNames() const
+InterfaceResource::Findings InterfaceResource::find() const
 {
     std::vector<std::string> names = namesIn(m_folder);
     std::sort(names.begin(), names.end());
-    return names;
+    AddressesByInterface addresses = m_readAddresses();
+    Findings findings;
+    for (const std::string& name : names) {
+        findings.push_back(
+            makeFinding(name, name, [this, name, own = addresses[name]](Data::ElementGeneric& element) {
+                return describe(name, own, element);
+            }));
+    }
+    return findings;
 }
 
-Reference InterfaceResource::referenceTo(const std::string& name) const
-{
-    return reference().element(ServiceKit::nameBasedId(reference().id, name), name);
-}
-
-/// A null pointer for what is no interface, or is one no longer.
-Poco::JSON::Object::Ptr InterfaceResource::describe(const std::string& name,
-                                                    const AddressesByInterface& addresses) const
+/// False for what is no interface, or is one no longer.
+bool InterfaceResource::describe(const std::string& name, const std::vector<std::string>& addresses,
+                                 Data::ElementGeneric& element) const
 {
     const std::filesystem::path folder = m_folder / name;
-    Poco::JSON::Object::Ptr object = referenceTo(name).toJson();
-    setNumber(*object, "mtu", folder / "mtu");
-    if (!object->has("mtu"))
-        return {};
-    setText(*object, "macAddress", folder / "address");
-    setText(*object, "state", folder / "operstate");
-    setNumber(*object, "bytesReceived", folder / "statistics/rx_bytes");
-    setNumber(*object, "bytesSent", folder / "statistics/tx_bytes");
-    setNumber(*object, "packetsReceived", folder / "statistics/rx_packets");
-    setNumber(*object, "packetsSent", folder / "statistics/tx_packets");
-    const auto known = addresses.find(name);
-    object->set("addresses", toJson(known == addresses.end() ? std::vector<std::string>() : known->second));
-    return object;
+    if (!setNumber(element, "mtu", folder / "mtu"))
+        return false;
+    setText(element, "macAddress", folder / "address");
+    setText(element, "state", folder / "operstate");
+    setNumber(element, "bytesReceived", folder / "statistics/rx_bytes");
+    setNumber(element, "bytesSent", folder / "statistics/tx_bytes");
+    setNumber(element, "packetsReceived", folder / "statistics/rx_packets");
+    setNumber(element, "packetsSent", folder / "statistics/tx_packets");
+    element.setValue<TextList>("addresses", {addresses.begin(), addresses.end()});
+    return true;
 }
 
 } // namespace Zovi::Host

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "ServiceKit/Resource.h"
+#include "MachineResource.h"
 
 #include <filesystem>
 #include <functional>
@@ -18,7 +18,7 @@ using AddressesByInterface = std::map<std::string, std::vector<std::string>>;
 AddressesByInterface readInterfaceAddresses();
 
 /// The network interfaces of the machine.
-class InterfaceResource : public ServiceKit::Resource
+class InterfaceResource : public MachineResource
 {
 public:
     /// Reads the files of the kernel under `root`, "/" as a rule.
@@ -26,13 +26,11 @@ public:
                       std::function<AddressesByInterface()> readAddresses = readInterfaceAddresses);
 
     Poco::JSON::Object::Ptr specification() const override;
-    Poco::JSON::Array::Ptr elements() const override;
-    Poco::JSON::Object::Ptr element(const Poco::UUID& id) const override;
 
 private:
-    std::vector<std::string> readNames() const;
-    ServiceKit::Reference referenceTo(const std::string& name) const;
-    Poco::JSON::Object::Ptr describe(const std::string& name, const AddressesByInterface& addresses) const;
+    Findings find() const override;
+    bool describe(const std::string& name, const std::vector<std::string>& addresses,
+                  Data::ElementGeneric& element) const;
 
     std::filesystem::path m_folder;
     std::function<AddressesByInterface()> m_readAddresses;

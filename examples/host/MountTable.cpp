@@ -69,8 +69,9 @@ std::vector<Mount> parseMountInfo(std::string_view text)
 
 bool mayBlock(const std::string& type)
 {
-    static const std::string_view TYPES[] = {"9p",   "afs",   "autofs", "ceph", "cifs", "coda",
-                                             "fuse", "ncpfs", "nfs",    "nfs4", "smb3", "smbfs"};
+    static const std::string_view TYPES[] = {"9p",   "afs",  "autofs",  "ceph",   "cifs",
+                                             "coda", "fuse", "fuseblk", "lustre", "ncpfs",
+                                             "nfs",  "nfs4", "smb3",    "smbfs",  "virtiofs"};
     const std::string_view kind = std::string_view(type).substr(0, type.find('.'));
     return std::find(std::begin(TYPES), std::end(TYPES), kind) != std::end(TYPES);
 }

@@ -2,13 +2,15 @@
 
 #include "ServiceKit/Specification.h"
 #include "ServiceKit/Text.h"
+#include "Values.h"
 
 #include <pwd.h>
 #include <unistd.h>
 
 #include <map>
+#include <memory>
+#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace Zovi::Host
@@ -37,8 +39,9 @@ std::string readUserName(std::uint32_t userId)
 
 } // namespace
 
-/// All processes at one moment, and what their description needs beside their own files.
-class ProcessResource::Snapshot
+/// All processes at one moment, and what their description needs beside their own files. It lives for as long
+/// as something found in it.
+class ProcessResource::Snapshot : public std::enable_shared_from_this<Snapshot>
 {
 public:
     explicit Snapshot(const ProcessResource& resource)
@@ -48,31 +51,56 @@ public:
     {
     }
 
-    const std::map<std::int32_t, ProcessStat>& processes() const { return m_processes; }
-
-    /// A null pointer if the process has ended meanwhile.
-    Poco::JSON::Object::Ptr describe(const ProcessStat& process)
+    Findings findAll()
     {
-        const std::optional<ProcessStatus> status = m_resource.m_table.readStatus(process.pid);
-        if (!status)
-            return {};
-        Poco::JSON::Object::Ptr object = m_resource.referenceTo(process).toJson();
-        object->set("pid", process.pid);
-        object->set("state", toStateName(process.state));
-        object->set("user", userName(status->userId));
-        object->set("residentMemory", static_cast<Poco::Int64>(status->residentMemory));
-        object->set("cpuTime",
-                    static_cast<Poco::Int64>(toMilliseconds(process.userTicks + process.systemTicks)));
-        object->set("threads", static_cast<Poco::Int64>(process.threads));
-        object->set("startTime", static_cast<Poco::Int64>(m_bootTime * 1000) +
-                                     static_cast<Poco::Int64>(toMilliseconds(process.startTicks)));
-        const auto parent = m_processes.find(process.parentPid);
-        if (parent != m_processes.end())
-            object->set("parent", m_resource.referenceTo(parent->second).toJson());
-        return object;
+        Findings findings;
+        findings.reserve(m_processes.size());
+        for (const auto& [pid, process] : m_processes)
+            findings.push_back(find(process));
+        return findings;
     }
 
 private:
+    /// A number is given to another process some day: only with the moments of both starts it names one
+    /// thing.
+    std::shared_ptr<Finding> find(const ProcessStat& process)
+    {
+        const std::string key = m_resource.m_identity.boot + "/" + std::to_string(process.pid) + "/" +
+                                std::to_string(process.startTicks);
+        return m_resource.makeFinding(key, process.name,
+                                      [self = shared_from_this(), &process](Data::ElementGeneric& element) {
+                                          return self->describe(process, element);
+                                      });
+    }
+
+    /// False if the process has ended meanwhile.
+    bool describe(const ProcessStat& process, Data::ElementGeneric& element)
+    {
+        const std::optional<ProcessStatus>& status = statusOf(process.pid);
+        if (!status)
+            return false;
+        element.setValue<Integer>("pid", process.pid);
+        element.setValue<Text>("state", toStateName(process.state));
+        element.setValue<Text>("user", userName(status->userId));
+        element.setValue<Counter>("residentMemory", status->residentMemory);
+        element.setValue<Counter>("cpuTime", toMilliseconds(process.userTicks + process.systemTicks));
+        element.setValue<Integer>("threads", process.threads);
+        element.setValue<Integer>(
+            "startTime", m_bootTime * 1000 + static_cast<std::int64_t>(toMilliseconds(process.startTicks)));
+        const auto parent = m_processes.find(process.parentPid);
+        if (parent != m_processes.end())
+            element.setValue<ElementReference>("parent", find(parent->second));
+        return true;
+    }
+
+    const std::optional<ProcessStatus>& statusOf(std::int32_t pid)
+    {
+        auto known = m_statuses.find(pid);
+        if (known == m_statuses.end())
+            known = m_statuses.emplace(pid, m_resource.m_table.readStatus(pid)).first;
+        return known->second;
+    }
+
     const std::string& userName(std::uint32_t userId)
     {
         auto known = m_userNames.find(userId);
@@ -83,13 +111,14 @@ private:
 
     const ProcessResource& m_resource;
     std::int64_t m_bootTime;
-    std::map<std::int32_t, ProcessStat> m_processes;
+    const std::map<std::int32_t, ProcessStat> m_processes;
+    std::map<std::int32_t, std::optional<ProcessStatus>> m_statuses;
     std::map<std::uint32_t, std::string> m_userNames;
 };
 
 ProcessResource::ProcessResource(const Reference& service, const HostIdentity& identity,
                                  const std::filesystem::path& root)
-    : Resource(service.child("processes"), "The processes that run on this machine.")
+    : MachineResource(service.child("processes"), "The processes that run on this machine.")
     , m_identity(identity)
     , m_table(root)
 {
@@ -114,33 +143,9 @@ Poco::JSON::Object::Ptr ProcessResource::specification() const
         });
 }
 
-Poco::JSON::Array::Ptr ProcessResource::elements() const
+ProcessResource::Findings ProcessResource::find() const
 {
-    Snapshot snapshot(*this);
-    Poco::JSON::Array::Ptr array = new Poco::JSON::Array;
-    for (const auto& [pid, process] : snapshot.processes()) {
-        if (const Poco::JSON::Object::Ptr object = snapshot.describe(process))
-            array->add(object);
-    }
-    return array;
-}
-
-Poco::JSON::Object::Ptr ProcessResource::element(const Poco::UUID& id) const
-{
-    Snapshot snapshot(*this);
-    for (const auto& [pid, process] : snapshot.processes()) {
-        if (referenceTo(process).id == id)
-            return snapshot.describe(process);
-    }
-    return {};
-}
-
-/// A number is given to another process some day: only with the moments of both starts it names one thing.
-Reference ProcessResource::referenceTo(const ProcessStat& process) const
-{
-    const std::string key =
-        m_identity.boot + "/" + std::to_string(process.pid) + "/" + std::to_string(process.startTicks);
-    return reference().element(ServiceKit::nameBasedId(reference().id, key), process.name);
+    return std::make_shared<Snapshot>(*this)->findAll();
 }
 
 } // namespace Zovi::Host

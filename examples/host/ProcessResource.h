@@ -1,8 +1,8 @@
 #pragma once
 
 #include "HostIdentity.h"
+#include "MachineResource.h"
 #include "ProcessTable.h"
-#include "ServiceKit/Resource.h"
 
 #include <filesystem>
 
@@ -10,7 +10,7 @@ namespace Zovi::Host
 {
 
 /// The processes of the machine: command names, never argument lists or environments.
-class ProcessResource : public ServiceKit::Resource
+class ProcessResource : public MachineResource
 {
 public:
     /// Reads the files of the kernel under `root`, "/" as a rule.
@@ -18,13 +18,11 @@ public:
                     const std::filesystem::path& root);
 
     Poco::JSON::Object::Ptr specification() const override;
-    Poco::JSON::Array::Ptr elements() const override;
-    Poco::JSON::Object::Ptr element(const Poco::UUID& id) const override;
 
 private:
     class Snapshot;
 
-    ServiceKit::Reference referenceTo(const ProcessStat& process) const;
+    Findings find() const override;
 
     HostIdentity m_identity;
     ProcessTable m_table;

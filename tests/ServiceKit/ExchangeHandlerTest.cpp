@@ -25,6 +25,7 @@ namespace Zovi::ServiceKit
 
 using Test::IsJson;
 using Test::LogCapture;
+using Test::makePuppet;
 using Test::makeSampleTree;
 using Test::parseJson;
 using Test::RawAnswer;
@@ -54,7 +55,8 @@ ServerOptions smallOptions()
 class SampleServer
 {
 public:
-    explicit SampleServer(std::function<Poco::JSON::Array::Ptr()> act = [] { return new Poco::JSON::Array; })
+    explicit SampleServer(std::function<Data::ElementCollection()> act =
+                              [] { return Data::ElementCollection(); })
         : m_server(makeSampleTree(std::move(act)), smallOptions())
     {
         m_server.start();
@@ -575,12 +577,12 @@ TEST(ExchangeHandler, ReflectsNothingThatBreaksHeadersOrDocuments)
 TEST(ExchangeHandler, TurnsEveryExceptionIntoADocumentAndALogLine)
 {
     const struct {
-        std::function<Poco::JSON::Array::Ptr()> act;
+        std::function<Data::ElementCollection()> act;
         std::string logged;
     } rows[] = {
-        {[]() -> Poco::JSON::Array::Ptr { throw Poco::IOException("disk"); }, "I/O error: disk"},
-        {[]() -> Poco::JSON::Array::Ptr { throw std::runtime_error("no luck"); }, "no luck"},
-        {[]() -> Poco::JSON::Array::Ptr { throw 17; }, "unknown exception"},
+        {[]() -> Data::ElementCollection { throw Poco::IOException("disk"); }, "I/O error: disk"},
+        {[]() -> Data::ElementCollection { throw std::runtime_error("no luck"); }, "no luck"},
+        {[]() -> Data::ElementCollection { throw 17; }, "unknown exception"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.logged);
@@ -595,14 +597,24 @@ TEST(ExchangeHandler, TurnsEveryExceptionIntoADocumentAndALogLine)
 
 TEST(ExchangeHandler, ReportsADocumentThatCannotBePrinted)
 {
-    struct Unprintable {
+    class Unprintable : public Data::AttributeValue<std::string, Data::AttributeValueBase>
+    {
+    public:
+        Unprintable(const std::string& value)
+            : AttributeValue(value)
+        {
+        }
+        Poco::Dynamic::Var toJSON(int) const override
+        {
+            struct Opaque {
+            };
+            return std::vector<Poco::Dynamic::Var>{Poco::Dynamic::Var(Opaque())};
+        }
     };
     const SampleServer server([] {
-        Poco::JSON::Array::Ptr array = new Poco::JSON::Array;
-        Poco::JSON::Object::Ptr element = new Poco::JSON::Object;
-        element->set("items", std::vector<Poco::Dynamic::Var>{Poco::Dynamic::Var(Unprintable())});
-        array->add(element);
-        return array;
+        Poco::SharedPtr<Data::ElementGeneric> element = makePuppet("sealed");
+        element->setValue<Unprintable>("items", "");
+        return Data::ElementCollection{element};
     });
     const LogCapture log(Poco::Message::PRIO_ERROR);
     for (const std::string coding : {"identity", "gzip"}) {
@@ -620,7 +632,7 @@ TEST(ExchangeHandler, ReportsADocumentThatCannotBePrinted)
 
 TEST(ExchangeHandler, AnswersWhatAResourceRefuses)
 {
-    const SampleServer server([]() -> Poco::JSON::Array::Ptr {
+    const SampleServer server([]() -> Data::ElementCollection {
         throw RequestError(Command::HTTPStatus::HTTP_SERVICE_UNAVAILABLE, "later");
     });
     const LogCapture log(Poco::Message::PRIO_ERROR);

@@ -18,6 +18,7 @@ namespace Zovi::ServiceKit
 {
 
 using Test::IsJson;
+using Test::makePuppet;
 using Test::makeSampleTree;
 using Test::RawAnswer;
 using Test::RawClient;
@@ -259,9 +260,7 @@ TEST(HttpServer, GivesUpAnAnswerThatIsNotTaken)
     options.answerTimeout = std::chrono::milliseconds(50);
     options.maxConnections = 1;
     HttpServer server(makeSampleTree([] {
-                          Poco::JSON::Array::Ptr array = new Poco::JSON::Array;
-                          array->add(std::string(12 * 1024 * 1024, 'x'));
-                          return array;
+                          return Data::ElementCollection{makePuppet(std::string(12 * 1024 * 1024, 'x'))};
                       }),
                       options);
     server.start();
@@ -315,7 +314,7 @@ TEST(HttpServer, AnswersWhatIsUnderWayWhenItStops)
     HttpServer server(makeSampleTree([&isAsked, answer = mayAnswer.get_future().share()] {
                           isAsked.set_value();
                           answer.wait();
-                          return new Poco::JSON::Array;
+                          return Data::ElementCollection();
                       }),
                       {});
     server.start();

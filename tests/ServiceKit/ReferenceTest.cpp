@@ -44,12 +44,12 @@ TEST(Reference, AddressesChildrenByNameAndElementsById)
     EXPECT_EQ(element.id, id);
 }
 
-TEST(Reference, GivesItsThreeFieldsAsANewObjectEachTime)
+TEST(Reference, TellsAnObjectOfTheModelWhoItIs)
 {
-    const Reference reference{Poco::UUID::dns(), "na\xFFme", "/x"};
-    reference.toJson()->set("more", 1);
-    EXPECT_THAT(compact(reference.toJson()), IsJson("{\"id\":\"6ba7b810-9dad-11d1-80b4-00c04fd430c8\","
-                                                    "\"name\":\"na\xEF\xBF\xBDme\",\"uri\":\"/x\"}"));
+    Data::XObjectGeneric object(Data::INVALID_XOBJ_ID);
+    Reference{Poco::UUID::dns(), "name", "/x y?"}.identify(object);
+    EXPECT_THAT(compact(object.toJSON(0)),
+                IsJson(R"({"id":"6ba7b810-9dad-11d1-80b4-00c04fd430c8","name":"name","uri":"/x%20y%3F"})"));
 }
 
 } // namespace Zovi::ServiceKit

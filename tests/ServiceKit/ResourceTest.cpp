@@ -1,5 +1,6 @@
 #include "ServiceKit/Resource.h"
 
+#include "JsonMatchers.h"
 #include "SampleTree.h"
 #include "ServerMessages.h"
 
@@ -9,6 +10,9 @@
 namespace Zovi::ServiceKit
 {
 
+using Test::APPLE_ID;
+using Test::compact;
+using Test::IsJson;
 using Test::Puppet;
 using Test::ROOT_ID;
 using Test::ServerRequest;
@@ -36,16 +40,43 @@ TEST(MethodSet, ContainsWhatItWasMadeOf)
 
 TEST(Resource, IsOnlyReadUnlessToldOtherwise)
 {
-    Puppet puppet(rootReference(ROOT_ID).child("shop"), [] { return new Poco::JSON::Array; });
+    Puppet puppet(rootReference(ROOT_ID).child("shop"), [] { return Data::ElementCollection(); });
     EXPECT_EQ(puppet.collectionMethods().toHeader(), "GET, HEAD");
     EXPECT_EQ(puppet.elementMethods().toHeader(), "GET, HEAD");
     EXPECT_EQ(puppet.reference().uri, "/shop/puppet");
     EXPECT_EQ(puppet.description(), "Does as it is told.");
 }
 
+TEST(Resource, IsAnObjectOfTheModelItself)
+{
+    const Puppet puppet(rootReference(ROOT_ID).child("shop"), [] { return Data::ElementCollection(); });
+    EXPECT_THAT(compact(puppet.object().toJSON(0)),
+                IsJson(R"({"description":"Does as it is told.","id":")" + puppet.reference().id.toString() +
+                       R"(","name":"puppet","uri":"/shop/puppet"})"));
+}
+
+TEST(Resource, MakesElementsWhoseNamesAreValidText)
+{
+    class Tin : public Puppet
+    {
+    public:
+        using Puppet::makeElement;
+        using Puppet::Puppet;
+    };
+    const Tin tin(
+        rootReference(ROOT_ID).child("shop"), [] { return Data::ElementCollection(); }, "tin");
+    const auto element = tin.makeElement(APPLE_ID, "a\xFF");
+    EXPECT_THAT(compact(element->toJSON(0)),
+                IsJson(R"({"id":"aaaaaaaa-0000-0000-0000-000000000001","name":"a\uFFFD",
+        "uri":"/shop/tin/aaaaaaaa-0000-0000-0000-000000000001"})"));
+    EXPECT_EQ(element->service(), "shop");
+    EXPECT_EQ(element->resource(), "tin");
+    EXPECT_EQ(element->id(), Data::INVALID_XOBJ_ID);
+}
+
 TEST(Resource, RefusesToWriteUnlessItIsOverridden)
 {
-    Puppet puppet(rootReference(ROOT_ID).child("shop"), [] { return new Poco::JSON::Array; });
+    Puppet puppet(rootReference(ROOT_ID).child("shop"), [] { return Data::ElementCollection(); });
     ServerRequest request("POST", "/shop/puppet");
     const Command::HttpRequest write(request);
     try {

@@ -4,6 +4,7 @@
 #include "ServiceKit/ServiceTree.h"
 
 #include <Poco/Exception.h>
+#include <Poco/SharedPtr.h>
 
 #include <functional>
 #include <memory>
@@ -32,16 +33,11 @@ public:
         return object;
     }
 
-    Poco::JSON::Array::Ptr elements() const override
-    {
-        Poco::JSON::Array::Ptr array = new Poco::JSON::Array;
-        array->add(apple());
-        return array;
-    }
+    Data::ElementCollection elements() const override { return {apple()}; }
 
-    Poco::JSON::Object::Ptr element(const Poco::UUID& id) const override
+    Data::ElementBase::Ptr element(const Poco::UUID& id) const override
     {
-        return id == APPLE_ID ? apple() : Poco::JSON::Object::Ptr();
+        return id == APPLE_ID ? apple() : Data::ElementBase::Ptr();
     }
 
     ServiceKit::MethodSet collectionMethods() const override
@@ -64,14 +60,20 @@ public:
 private:
     using Method = ServiceKit::MethodSet::Method;
 
-    Poco::JSON::Object::Ptr apple() const { return reference().element(APPLE_ID, "apple").toJson(); }
+    Data::ElementBase::Ptr apple() const { return makeElement(APPLE_ID, "apple"); }
 };
+
+/// An element of the puppet's.
+inline Poco::SharedPtr<Data::ElementGeneric> makePuppet(const std::string& name)
+{
+    return new Data::ElementGeneric("shop", "puppet", name, APPLE_ID, Data::INVALID_XOBJ_ID);
+}
 
 /// A resource that is only read, and whose elements come from a function of the test's.
 class Puppet : public ServiceKit::Resource
 {
 public:
-    Puppet(const ServiceKit::Reference& service, std::function<Poco::JSON::Array::Ptr()> act,
+    Puppet(const ServiceKit::Reference& service, std::function<Data::ElementCollection()> act,
            const std::string& name = "puppet")
         : Resource(service.child(name), "Does as it is told.")
         , m_act(std::move(act))
@@ -79,16 +81,16 @@ public:
     }
 
     Poco::JSON::Object::Ptr specification() const override { return new Poco::JSON::Object; }
-    Poco::JSON::Array::Ptr elements() const override { return m_act(); }
-    Poco::JSON::Object::Ptr element(const Poco::UUID&) const override { return {}; }
+    Data::ElementCollection elements() const override { return m_act(); }
+    Data::ElementBase::Ptr element(const Poco::UUID&) const override { return {}; }
 
 private:
-    std::function<Poco::JSON::Array::Ptr()> m_act;
+    std::function<Data::ElementCollection()> m_act;
 };
 
 /// /shop with its resources basket and puppet, and /cdn/window/index.html.
 inline std::shared_ptr<const ServiceKit::ServiceTree>
-makeSampleTree(std::function<Poco::JSON::Array::Ptr()> act = [] { return new Poco::JSON::Array; })
+makeSampleTree(std::function<Data::ElementCollection()> act = [] { return Data::ElementCollection(); })
 {
     const auto tree = std::make_shared<ServiceKit::ServiceTree>(ROOT_ID);
     const auto shop = std::make_shared<ServiceKit::Service>(tree->root().child("shop"), "Sells fruit.");

@@ -1,5 +1,6 @@
 #include "ServiceKit/ServiceTree.h"
 
+#include "JsonMatchers.h"
 #include "SampleTree.h"
 
 #include <gmock/gmock.h>
@@ -9,6 +10,8 @@ namespace Zovi::ServiceKit
 {
 
 using Command::UrlPath;
+using Test::compact;
+using Test::IsJson;
 using Test::makeSampleTree;
 using Test::Puppet;
 using Test::ROOT_ID;
@@ -19,7 +22,7 @@ namespace
 std::shared_ptr<Resource> puppetOf(const Reference& service, const std::string& name = "puppet")
 {
     return std::make_shared<Puppet>(
-        service, [] { return new Poco::JSON::Array; }, name);
+        service, [] { return Data::ElementCollection(); }, name);
 }
 
 std::string messageOf(const std::function<void()>& operation)
@@ -122,6 +125,22 @@ TEST(ServiceTree, RefusesNamesThatCannotBeAddressed)
         EXPECT_EQ(messageOf([&] { service.add(puppetOf(service.reference(), name)); }),
                   "Not usable as an address: '/shop/" + name + "'");
     }
+}
+
+TEST(ServiceTree, PresentsAServiceAsItIsToldTo)
+{
+    Service service(rootReference(ROOT_ID).child("shop"), "Sells fruit.");
+    EXPECT_FALSE(service.info().hasValue("port"));
+    EXPECT_EQ(compact(service.info().toJSON(0)->getArray("resources")), "[]");
+    service.add(puppetOf(service.reference()));
+    service.info().setPort(8080);
+    service.info().setVersions(std::vector<std::string>{"1"});
+    EXPECT_THAT(compact(service.info().toJSON(0)), IsJson(R"({"description":"Sells fruit.","id":")" +
+                                                          service.reference().id.toString() +
+                                                          R"(","name":"shop","port":8080,"privileges":[],
+        "resources":[{"id":")" + service.reference().child("puppet").id.toString() +
+                                                          R"(","name":"puppet","uri":"/shop/puppet"}],
+        "serviceCategories":[],"uri":"/shop","versions":["1"]})"));
 }
 
 TEST(ServiceTree, RefusesANameThatIsTaken)

@@ -3,6 +3,8 @@
 #include "JsonMatchers.h"
 #include "SampleTree.h"
 
+#include <Poco/String.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -13,7 +15,9 @@ using Command::HTTPStatus;
 using Command::RequestBase;
 using Test::compact;
 using Test::IsJson;
+using Test::makePuppet;
 using Test::makeSampleTree;
+using Test::parseJson;
 using Test::ROOT_ID;
 using ::testing::HasSubstr;
 
@@ -45,6 +49,17 @@ const std::string PUPPET_ID = nameBasedId(Poco::UUID(SHOP_ID), "puppet").toStrin
 const std::string APPLE = R"({"id":"aaaaaaaa-0000-0000-0000-000000000001","name":"apple",)"
                           R"("uri":"/shop/basket/aaaaaaaa-0000-0000-0000-000000000001"})";
 
+/// Refers to somebody whom it does not keep.
+class Liking : public Data::AttributeValue<const Data::XObjectBase*, Data::AttributeValueObjectBase>
+{
+public:
+    Liking(const Data::XObjectBase* whom)
+        : AttributeValue(whom)
+    {
+    }
+    const Data::XObjectBase* getReferencedObject() const override { return m_value; }
+};
+
 } // namespace
 
 TEST(TreeReader, ListsTheServicesAtTheRoot)
@@ -73,8 +88,8 @@ TEST(TreeReader, AnswersEveryAddressOfOneThing)
         {"/shop/basket/aaaaaaaa-0000-0000-0000-000000000001", APPLE},
         {"/SHOP/BASKET/AAAAAAAA-0000-0000-0000-000000000001", APPLE},
         {"/shop", R"({"description":"Sells fruit.","id":")" + SHOP_ID +
-                      R"(","name":"shop","uri":"/shop","resources":[
-            {"id":")" +
+                      R"(","name":"shop","uri":"/shop","privileges":[],"serviceCategories":[],"versions":[],
+            "resources":[{"id":")" +
                       BASKET_ID + R"(","name":"basket","uri":"/shop/basket"},
             {"id":")" +
                       PUPPET_ID + R"(","name":"puppet","uri":"/shop/puppet"}]})"},
@@ -147,15 +162,74 @@ TEST(TreeReader, ShapesAnElementAsTheQueryAsks)
                 IsJson(R"({"id":")" + SHOP_ID + R"(","name":"shop","uri":"/shop"})"));
 }
 
+TEST(TreeReader, WritesReferencesOutAsDeepAsItIsAsked)
+{
+    const struct {
+        std::string query;
+        std::string friends; ///< of Ann, who likes Bob, who likes her
+    } rows[] = {
+        {"", R"({"id":"I","name":"bob","uri":"U"})"},
+        {"?$expand=0", R"({"id":"I","name":"bob","uri":"U"})"},
+        {"?$expand=1", R"({"id":"I","name":"bob","uri":"U","likes":{"id":"I","name":"ann","uri":"U"}})"},
+        {"?$expand=2", R"({"id":"I","name":"bob","uri":"U","likes":{"id":"I","name":"ann","uri":"U",
+            "likes":{"id":"I","name":"bob","uri":"U"}}})"},
+        {"?$expand=3", R"({"id":"I","name":"bob","uri":"U","likes":{"id":"I","name":"ann","uri":"U",
+            "likes":{"id":"I","name":"bob","uri":"U","likes":{"id":"I","name":"ann","uri":"U"}}}})"},
+        {"?$expand=likes", R"({"id":"I","name":"bob","uri":"U","likes":{"id":"I","name":"ann","uri":"U"}})"},
+        {"?$expand=other", R"({"id":"I","name":"bob","uri":"U"})"},
+        {"?$fields=likes&$expand=1",
+         R"({"id":"I","name":"bob","uri":"U","likes":{"id":"I","name":"ann","uri":"U"}})"},
+    };
+    Poco::SharedPtr<Data::ElementGeneric> ann = makePuppet("ann");
+    Poco::SharedPtr<Data::ElementGeneric> bob = makePuppet("bob");
+    ann->setValue<Liking>("likes", bob.get());
+    bob->setValue<Liking>("likes", ann.get());
+    const auto tree = makeSampleTree([ann] { return Data::ElementCollection{ann}; });
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.query);
+        const Command::HttpResponse answer =
+            TreeReader(*tree).read(RequestBase(Poco::URI("/shop/puppet" + row.query)));
+        std::string text = compact(answer.getJson()->getArray("data")->getObject(0)->getObject("likes"));
+        Poco::replaceInPlace(text, ann->getUri().toString(), std::string("U"));
+        Poco::replaceInPlace(text, ann->getId().toString(), std::string("I"));
+        EXPECT_THAT(text, IsJson(row.friends));
+    }
+}
+
+TEST(TreeReader, LooksForATextInWhatIsWrittenOut)
+{
+    Poco::SharedPtr<Data::ElementGeneric> ann = makePuppet("ann");
+    Poco::SharedPtr<Data::ElementGeneric> bob = makePuppet("bob");
+    bob->setValue<Data::AttributeValueStringable<std::string>>("town", "Rome");
+    ann->setValue<Liking>("likes", bob.get());
+    const auto tree = makeSampleTree([ann] { return Data::ElementCollection{ann}; });
+    const auto count = [&tree](const std::string& query) {
+        const RequestBase request(Poco::URI("/shop/puppet?" + query));
+        return TreeReader(*tree).read(request).getJson()->getArray("data")->size();
+    };
+    EXPECT_EQ(count("$q=Rome"), 0U);
+    EXPECT_EQ(count("$q=Rome&$expand=1"), 1U);
+    EXPECT_EQ(count("$q=bob"), 1U);
+}
+
+TEST(TreeReader, WritesOutTheResourcesOfAServiceWhenItIsAsked)
+{
+    const std::string described = R"([{"description":"Fruit.","id":")" + BASKET_ID +
+                                  R"(","name":"basket","uri":"/shop/basket"},
+        {"description":"Does as it is told.","id":")" +
+                                  PUPPET_ID + R"(","name":"puppet","uri":"/shop/puppet"}])";
+    for (const std::string expand : {"1", "3", "resources"}) {
+        SCOPED_TRACE(expand);
+        const auto data = parseJson(dataAt("/shop?$expand=" + expand));
+        EXPECT_THAT(compact(data.extract<Poco::JSON::Object::Ptr>()->getArray("resources")),
+                    IsJson(described));
+    }
+}
+
 TEST(TreeReader, RefusesAPatternThatTakesTooMuchEffort)
 {
-    const auto tree = makeSampleTree([] {
-        Poco::JSON::Array::Ptr array = new Poco::JSON::Array;
-        Poco::JSON::Object::Ptr element = new Poco::JSON::Object;
-        element->set("name", std::string(10000, 'a'));
-        array->add(element);
-        return array;
-    });
+    const auto tree =
+        makeSampleTree([] { return Data::ElementCollection{makePuppet(std::string(10000, 'a'))}; });
     try {
         TreeReader(*tree).read(RequestBase(Poco::URI("/shop/puppet?$q=(.%7Ca)*b")));
         FAIL() << "the pattern was matched";

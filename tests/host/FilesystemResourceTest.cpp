@@ -1,5 +1,6 @@
 #include "FilesystemResource.h"
 
+#include "Elements.h"
 #include "JsonMatchers.h"
 #include "MadeUpMachine.h"
 
@@ -14,6 +15,7 @@ using ServiceKit::rootReference;
 using Zovi::Test::compact;
 using Zovi::Test::IsJson;
 using Zovi::Test::MadeUpMachine;
+using Zovi::Test::toJson;
 
 namespace
 {
@@ -44,7 +46,7 @@ TEST(FilesystemResource, DescribesWhatHasRoom)
 {
     const MadeUpMachine machine;
     machine.write("proc/self/mountinfo", MOUNTS);
-    const auto elements = FilesystemResource(HOST, machine.root(), sampleCapacity).elements();
+    const auto elements = toJson(FilesystemResource(HOST, machine.root(), sampleCapacity).elements());
     EXPECT_THAT(compact(elements), IsJson(R"([
         {"id":")" + idOf("/") + R"(","name":"/","uri":"/host/filesystems/)" +
                                           idOf("/") + R"(",
@@ -59,7 +61,8 @@ TEST(FilesystemResource, FindsAFilesystemByItsId)
     const MadeUpMachine machine;
     machine.write("proc/self/mountinfo", MOUNTS);
     const FilesystemResource resource(HOST, machine.root(), sampleCapacity);
-    EXPECT_EQ(compact(resource.element(Poco::UUID(idOf("/")))), compact(resource.elements()->getObject(0)));
+    EXPECT_EQ(compact(resource.element(Poco::UUID(idOf("/")))->toJSON(0)),
+              compact(toJson(resource.elements())->getObject(0)));
     EXPECT_TRUE(resource.element(Poco::UUID(idOf("/proc"))).isNull());
     EXPECT_TRUE(resource.element(Poco::UUID(idOf("/none"))).isNull());
 }
@@ -68,7 +71,8 @@ TEST(FilesystemResource, MakesEveryMountPointValidJson)
 {
     const MadeUpMachine machine;
     machine.write("proc/self/mountinfo", "1 1 0:1 / /a\\012\xFF rw - ext4 x rw\n");
-    const auto element = FilesystemResource(HOST, machine.root(), sampleCapacity).elements()->getObject(0);
+    const auto element =
+        toJson(FilesystemResource(HOST, machine.root(), sampleCapacity).elements())->getObject(0);
     const auto parsed = Zovi::Test::parseJson(compact(element)).extract<Poco::JSON::Object::Ptr>();
     EXPECT_EQ(parsed->getValue<std::string>("mountPoint"), "/a\n\xEF\xBF\xBD");
     EXPECT_EQ(parsed->getValue<std::string>("name"), "/a\n\xEF\xBF\xBD");
@@ -80,7 +84,7 @@ TEST(FilesystemResource, SpecifiesEveryAttributeItGives)
     machine.write("proc/self/mountinfo", MOUNTS);
     const FilesystemResource resource(HOST, machine.root(), sampleCapacity);
     EXPECT_EQ(resource.specification()->getObject("attributes")->getNames(),
-              resource.elements()->getObject(0)->getNames());
+              toJson(resource.elements())->getObject(0)->getNames());
 }
 
 TEST(FilesystemResource, AsksTheMachineForItsRoom)

@@ -1,5 +1,6 @@
 #include "InterfaceResource.h"
 
+#include "Elements.h"
 #include "JsonMatchers.h"
 #include "MadeUpMachine.h"
 
@@ -15,6 +16,7 @@ using ::testing::Contains;
 using Zovi::Test::compact;
 using Zovi::Test::IsJson;
 using Zovi::Test::MadeUpMachine;
+using Zovi::Test::toJson;
 
 namespace
 {
@@ -44,7 +46,7 @@ TEST(InterfaceResource, DescribesAnInterface)
 {
     const MadeUpMachine machine;
     addInterface(machine, "eth0");
-    const auto elements = InterfaceResource(HOST, machine.root(), sampleAddresses).elements();
+    const auto elements = toJson(InterfaceResource(HOST, machine.root(), sampleAddresses).elements());
     ASSERT_EQ(elements->size(), 1U);
     const std::string id = HOST.child("interfaces").id.toString();
     const std::string elementId = ServiceKit::nameBasedId(Poco::UUID(id), "eth0").toString();
@@ -63,7 +65,7 @@ TEST(InterfaceResource, ListsInterfacesByNameAndNothingElse)
     addInterface(machine, "eth0");
     machine.write("sys/class/net/bonding_masters", "\n");
     machine.write("sys/class/net/vanished/address", "");
-    const auto elements = InterfaceResource(HOST, machine.root(), sampleAddresses).elements();
+    const auto elements = toJson(InterfaceResource(HOST, machine.root(), sampleAddresses).elements());
     ASSERT_EQ(elements->size(), 2U);
     EXPECT_EQ(elements->getObject(0)->getValue<std::string>("name"), "eth0");
     EXPECT_EQ(elements->getObject(1)->getValue<std::string>("name"), "lo");
@@ -75,7 +77,7 @@ TEST(InterfaceResource, LeavesOutAHardwareAddressThatIsNone)
     const MadeUpMachine machine;
     addInterface(machine, "tun0");
     machine.write("sys/class/net/tun0/address", "\n");
-    const auto elements = InterfaceResource(HOST, machine.root(), sampleAddresses).elements();
+    const auto elements = toJson(InterfaceResource(HOST, machine.root(), sampleAddresses).elements());
     EXPECT_FALSE(elements->getObject(0)->has("macAddress"));
 }
 
@@ -84,9 +86,9 @@ TEST(InterfaceResource, FindsAnInterfaceByItsId)
     const MadeUpMachine machine;
     addInterface(machine, "eth0");
     const InterfaceResource resource(HOST, machine.root(), sampleAddresses);
-    const auto eth0 = resource.elements()->getObject(0);
+    const auto eth0 = toJson(resource.elements())->getObject(0);
     const Poco::UUID id(eth0->getValue<std::string>("id"));
-    EXPECT_EQ(compact(resource.element(id)), compact(eth0));
+    EXPECT_EQ(compact(resource.element(id)->toJSON(0)), compact(eth0));
     EXPECT_TRUE(resource.element(Poco::UUID::dns()).isNull());
     machine.remove("sys/class/net/eth0");
     EXPECT_TRUE(resource.element(id).isNull());
@@ -96,7 +98,7 @@ TEST(InterfaceResource, MakesEveryNameValidJson)
 {
     const MadeUpMachine machine;
     addInterface(machine, "e\xFF\"0");
-    const auto elements = InterfaceResource(HOST, machine.root(), sampleAddresses).elements();
+    const auto elements = toJson(InterfaceResource(HOST, machine.root(), sampleAddresses).elements());
     EXPECT_EQ(Zovi::Test::parseJson(compact(elements->getObject(0)))
                   .extract<Poco::JSON::Object::Ptr>()
                   ->getValue<std::string>("name"),
@@ -109,7 +111,7 @@ TEST(InterfaceResource, SpecifiesEveryAttributeItGives)
     addInterface(machine, "eth0");
     const InterfaceResource resource(HOST, machine.root(), sampleAddresses);
     EXPECT_EQ(resource.specification()->getObject("attributes")->getNames(),
-              resource.elements()->getObject(0)->getNames());
+              toJson(resource.elements())->getObject(0)->getNames());
 }
 
 TEST(InterfaceResource, AsksTheMachineForAddresses)

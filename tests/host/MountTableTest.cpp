@@ -58,11 +58,12 @@ TEST(MountTable, SkipsLinesThatAreMalformed)
 
 TEST(MountTable, KnowsWhoMayNotAnswer)
 {
-    for (const char* type : {"nfs", "nfs4", "cifs", "smb3", "9p", "fuse", "fuse.sshfs", "autofs", "ceph"}) {
+    for (const char* type : {"nfs", "nfs4", "cifs", "smb3", "9p", "fuse", "fuse.sshfs", "fuseblk", "virtiofs",
+                             "lustre", "autofs", "ceph"}) {
         SCOPED_TRACE(type);
         EXPECT_TRUE(mayBlock(type));
     }
-    for (const char* type : {"ext4", "fuseblk", "nfsd", "tmpfs", "btrfs", "overlay", ""}) {
+    for (const char* type : {"ext4", "fusectl", "nfsd", "tmpfs", "btrfs", "overlay", ""}) {
         SCOPED_TRACE(type);
         EXPECT_FALSE(mayBlock(type));
     }

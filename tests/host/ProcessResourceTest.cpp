@@ -1,5 +1,6 @@
 #include "ProcessResource.h"
 
+#include "Elements.h"
 #include "JsonMatchers.h"
 #include "MadeUpMachine.h"
 
@@ -16,6 +17,7 @@ using ServiceKit::rootReference;
 using Zovi::Test::compact;
 using Zovi::Test::IsJson;
 using Zovi::Test::MadeUpMachine;
+using Zovi::Test::toJson;
 
 namespace
 {
@@ -40,7 +42,7 @@ TEST(ProcessResource, DescribesAProcess)
     machine.write("proc/stat", "btime 1767225600\n");
     machine.addProcess(1, 0, "init", STATUS);
     machine.addProcess(20, 1, "cat", STATUS, "1234");
-    const auto elements = ProcessResource(HOST, IDENTITY, machine.root()).elements();
+    const auto elements = toJson(ProcessResource(HOST, IDENTITY, machine.root()).elements());
     ASSERT_EQ(elements->size(), 2U);
     const auto init = elements->getObject(0);
     const auto cat = elements->getObject(1);
@@ -59,8 +61,8 @@ TEST(ProcessResource, FindsAProcessByItsId)
     machine.addProcess(1, 0, "init", STATUS);
     machine.addProcess(20, 1, "cat", STATUS);
     const ProcessResource resource(HOST, IDENTITY, machine.root());
-    const auto cat = resource.elements()->getObject(1);
-    EXPECT_EQ(compact(resource.element(Poco::UUID(idOf(cat)))), compact(cat));
+    const auto cat = toJson(resource.elements())->getObject(1);
+    EXPECT_EQ(compact(resource.element(Poco::UUID(idOf(cat)))->toJSON(0)), compact(cat));
     EXPECT_TRUE(resource.element(Poco::UUID::dns()).isNull());
     machine.remove("proc/20");
     EXPECT_TRUE(resource.element(Poco::UUID(idOf(cat))).isNull());
@@ -72,7 +74,7 @@ TEST(ProcessResource, GivesEveryProcessAnIdOfItsOwn)
                            const std::string& name) {
         const MadeUpMachine machine;
         machine.addProcess(pid, 0, name, STATUS, startTicks);
-        return idOf(ProcessResource(HOST, identity, machine.root()).elements()->getObject(0));
+        return idOf(toJson(ProcessResource(HOST, identity, machine.root()).elements())->getObject(0));
     };
     const std::string id = idWith(IDENTITY, 20, "1000", "cat");
     EXPECT_EQ(id, idWith(IDENTITY, 20, "1000", "renamed"));
@@ -85,7 +87,7 @@ TEST(ProcessResource, KeepsAProcessWhoseParentIsOutOfSight)
 {
     const MadeUpMachine machine;
     machine.addProcess(20, 19, "cat", STATUS);
-    const auto elements = ProcessResource(HOST, IDENTITY, machine.root()).elements();
+    const auto elements = toJson(ProcessResource(HOST, IDENTITY, machine.root()).elements());
     ASSERT_EQ(elements->size(), 1U);
     EXPECT_FALSE(elements->getObject(0)->has("parent"));
 }
@@ -96,7 +98,84 @@ TEST(ProcessResource, LeavesOutAProcessThatEndsMeanwhile)
     machine.addProcess(1, 0, "init", STATUS);
     machine.addProcess(20, 1, "cat", STATUS);
     machine.remove("proc/20/status");
-    EXPECT_EQ(ProcessResource(HOST, IDENTITY, machine.root()).elements()->size(), 1U);
+    EXPECT_EQ(toJson(ProcessResource(HOST, IDENTITY, machine.root()).elements())->size(), 1U);
+}
+
+TEST(ProcessResource, WritesOutItsParentsAsDeepAsItIsAsked)
+{
+    const MadeUpMachine machine;
+    machine.addProcess(1, 0, "init", STATUS);
+    machine.addProcess(20, 1, "shell", STATUS);
+    machine.addProcess(300, 20, "cat", STATUS);
+    const ProcessResource resource(HOST, IDENTITY, machine.root());
+    const auto namesAt = [&resource](int level) {
+        // pid where a process is written out, its name where it is not
+        std::string names;
+        Poco::JSON::Object::Ptr process = resource.elements().back()->toJSON(level);
+        for (; process; process = process->getObject("parent"))
+            names += "/" + process->get(process->has("pid") ? "pid" : "name").toString();
+        return names;
+    };
+    EXPECT_EQ(namesAt(-1), "/cat");
+    EXPECT_EQ(namesAt(0), "/300/shell");
+    EXPECT_EQ(namesAt(1), "/300/20/init");
+    EXPECT_EQ(namesAt(2), "/300/20/1");
+    EXPECT_EQ(namesAt(3), "/300/20/1");
+}
+
+TEST(ProcessResource, EndsACircleOfParentsAtTheLevel)
+{
+    const MadeUpMachine machine;
+    machine.addProcess(1, 2, "hen", STATUS);
+    machine.addProcess(2, 1, "egg", STATUS);
+    const auto hen = ProcessResource(HOST, IDENTITY, machine.root()).elements().front();
+    Poco::JSON::Object::Ptr process = hen->toJSON(3);
+    for (const std::string name : {"hen", "egg", "hen", "egg"}) {
+        EXPECT_EQ(process->getValue<std::string>("name"), name);
+        EXPECT_TRUE(process->has("pid"));
+        process = process->getObject("parent");
+    }
+    EXPECT_EQ(compact(process), compact(hen->toJSON(-1)));
+}
+
+TEST(ProcessResource, AsksNothingOfAParentThatIsNotWrittenOut)
+{
+    const MadeUpMachine machine;
+    machine.addProcess(1, 0, "init", STATUS);
+    machine.addProcess(20, 1, "cat", STATUS);
+    const ProcessResource resource(HOST, IDENTITY, machine.root());
+    const auto elements = resource.elements();
+    const auto cat = resource.element(elements.back()->getId());
+    machine.write("proc/1/status", "Uid:\t0\t3987654322\t0\t0\n");
+    const auto parentAt = [&cat](int level) {
+        return cat->toJSON(level)->getObject("parent");
+    };
+    EXPECT_EQ(compact(parentAt(0)), compact(elements.front()->toJSON(-1)));
+    EXPECT_EQ(parentAt(1)->getValue<std::string>("user"), "3987654322");
+    machine.write("proc/1/status", STATUS);
+    EXPECT_EQ(parentAt(1)->getValue<std::string>("user"), "3987654322") << "asked twice";
+}
+
+TEST(ProcessResource, ShowsAParentThatHasEndedInItsShortForm)
+{
+    const MadeUpMachine machine;
+    machine.addProcess(1, 0, "init", STATUS);
+    machine.addProcess(20, 1, "cat", STATUS);
+    machine.remove("proc/1/status");
+    const auto cat = ProcessResource(HOST, IDENTITY, machine.root()).elements().front();
+    EXPECT_EQ(compact(cat->toJSON(1)->getObject("parent")), compact(cat->toJSON(0)->getObject("parent")));
+}
+
+TEST(ProcessResource, RecordsNoNumberForWhatItGives)
+{
+    const MadeUpMachine machine;
+    machine.addProcess(1, 0, "init", STATUS);
+    machine.addProcess(20, 1, "cat", STATUS);
+    const ProcessResource resource(HOST, IDENTITY, machine.root());
+    const std::size_t before = Zovi::Test::KnownNumbers::count();
+    for (const auto& element : resource.elements())
+        resource.element(element->getId())->toJSON(3);
+    EXPECT_EQ(Zovi::Test::KnownNumbers::count(), before);
 }
 
 TEST(ProcessResource, MakesEveryNameValidJson)
@@ -104,7 +183,7 @@ TEST(ProcessResource, MakesEveryNameValidJson)
     const MadeUpMachine machine;
     machine.addProcess(20, 0, "\"\\\n) S 1 (\xFF", STATUS);
     machine.addProcess(21, 20, "child", STATUS);
-    const auto elements = ProcessResource(HOST, IDENTITY, machine.root()).elements();
+    const auto elements = toJson(ProcessResource(HOST, IDENTITY, machine.root()).elements());
     const auto parsed = Zovi::Test::parseJson(compact(elements)).extract<Poco::JSON::Array::Ptr>();
     const std::string name = "\"\\\n) S 1 (\xEF\xBF\xBD";
     EXPECT_EQ(parsed->getObject(0)->getValue<std::string>("name"), name);
@@ -118,13 +197,13 @@ TEST(ProcessResource, SpecifiesEveryAttributeItGives)
     machine.addProcess(20, 1, "cat", STATUS);
     const ProcessResource resource(HOST, IDENTITY, machine.root());
     const auto attributes = resource.specification()->getObject("attributes");
-    EXPECT_EQ(attributes->getNames(), resource.elements()->getObject(1)->getNames());
+    EXPECT_EQ(attributes->getNames(), toJson(resource.elements())->getObject(1)->getNames());
 }
 
 TEST(ProcessResource, SeesTheProcessThatAsks)
 {
     const ProcessResource resource(HOST, IDENTITY, "/");
-    const auto elements = resource.elements();
+    const auto elements = toJson(resource.elements());
     int found = 0;
     for (std::size_t i = 0; i < elements->size(); ++i)
         found += elements->getObject(static_cast<unsigned>(i))->getValue<int>("pid") == getpid();

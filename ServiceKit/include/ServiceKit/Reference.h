@@ -1,6 +1,8 @@
 #pragma once
 
-#include <Poco/JSON/Object.h>
+#include "Data/XObjectGeneric.h"
+
+#include <Poco/URI.h>
 #include <Poco/UUID.h>
 
 #include <string>
@@ -24,8 +26,16 @@ struct Reference {
     /// An element of the resource that this is. Elements are addressed by their id, not by their name.
     Reference element(const Poco::UUID& elementId, const std::string& elementName) const;
 
-    /// A new object {"id","name","uri"}, for the caller to add to. A name that is no UTF-8 is made valid.
-    Poco::JSON::Object::Ptr toJson() const;
+    /// Sets the attributes "id", "name" and "uri" of `object`.
+    template <typename B>
+    void identify(Data::GenericObject<B>& object) const
+    {
+        Poco::URI address;
+        address.setPath(uri);
+        object.setId(id);
+        object.setName(name);
+        object.setUri(address);
+    }
 };
 
 /// The root of a tree of services whose ids follow from `rootId`.

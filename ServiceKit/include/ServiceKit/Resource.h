@@ -2,10 +2,12 @@
 
 #include "Command/HttpRequest.h"
 #include "Command/HttpResponse.h"
+#include "Data/ElementBase.h"
+#include "Data/XObjectGeneric.h"
 #include "ServiceKit/Reference.h"
 
-#include <Poco/JSON/Array.h>
 #include <Poco/JSON/Object.h>
+#include <Poco/SharedPtr.h>
 #include <Poco/UUID.h>
 
 #include <bitset>
@@ -42,9 +44,10 @@ private:
 
 /// A collection of elements that a service offers; a service derives from it.
 ///
-/// Every operation may be called by several threads at once. What is handed out as JSON is new on each call
-/// and shares nothing with what was handed out before: the receiver cuts, adds and prints it on its own
-/// thread. An operation may throw: `RequestError` becomes its own answer, anything else a logged status 500.
+/// Every operation may be called by several threads at once. What is handed out is new on each call and is
+/// never copied: the receiver renders it, by the `toJSON` of the model, on its own thread and as deep as the
+/// request asks. So a reference to another object may find out what it refers to only when it is rendered. An
+/// operation may throw: `RequestError` becomes its own answer, anything else a logged status 500.
 class Resource
 {
 public:
@@ -58,14 +61,17 @@ public:
     /// One sentence that tells what its elements are.
     const std::string& description() const { return m_description; }
 
+    /// The resource itself as an object of the model, with the attributes of a reference and "description".
+    const Data::XObjectGeneric& object() const { return m_object; }
+
     /// Names each attribute of an element with its type and unit; see `makeSpecification`.
     virtual Poco::JSON::Object::Ptr specification() const = 0;
 
-    /// All elements, each an object that has at least the three fields of a reference. Never null.
-    virtual Poco::JSON::Array::Ptr elements() const = 0;
+    /// All elements, none of them null; each has at least the three attributes of a reference.
+    virtual Data::ElementCollection elements() const = 0;
 
     /// The element whose "id" is `id`, a null pointer if there is none.
-    virtual Poco::JSON::Object::Ptr element(const Poco::UUID& id) const = 0;
+    virtual Data::ElementBase::Ptr element(const Poco::UUID& id) const = 0;
 
     /// What may be done to the collection and to an element. GET and HEAD if not overridden.
     virtual MethodSet collectionMethods() const;
@@ -80,9 +86,14 @@ protected:
     /// `reference` is as a rule the `child` of the service's.
     Resource(const Reference& reference, const std::string& description);
 
+    /// A new element of this resource with "id", "name" and "uri", for the caller to add to. A name that is
+    /// no UTF-8 is made valid.
+    Poco::SharedPtr<Data::ElementGeneric> makeElement(const Poco::UUID& id, const std::string& name) const;
+
 private:
     Reference m_reference;
     std::string m_description;
+    Data::XObjectGeneric m_object;
 };
 
 } // namespace Zovi::ServiceKit

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Command/UrlPath.h"
+#include "MicroServiceInfo.h"
 #include "ServiceKit/Reference.h"
 #include "ServiceKit/Resource.h"
 #include "ServiceKit/StaticFolder.h"
@@ -21,7 +22,12 @@ public:
     Service(const Reference& reference, const std::string& description);
 
     const Reference& reference() const { return m_reference; }
-    const std::string& description() const { return m_description; }
+
+    /// How the service presents itself, at its address as anywhere else: identity, description, privileges,
+    /// categories and versions, its resources as references, and its port, which is not set until somebody
+    /// does. To be changed only before the server starts.
+    MicroServiceInfo& info() { return m_info; }
+    const MicroServiceInfo& info() const { return m_info; }
 
     /// Shares `resource`. Throws `Poco::InvalidArgumentException` if its name cannot be addressed (it is no
     /// segment of an address, or one of the reserved words) or is taken. Letters of either case are the same.
@@ -32,7 +38,7 @@ public:
 
 private:
     Reference m_reference;
-    std::string m_description;
+    MicroServiceInfo m_info;
     std::vector<std::shared_ptr<Resource>> m_resources;
 };
 
