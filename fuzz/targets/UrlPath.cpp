@@ -1,0 +1,52 @@
+// An address: parsing never fails but by Poco's refusal of the URL, comparison is an order, and an invalid
+// address stays invalid when its own text is read again.
+
+#include "Command/UrlPath.h"
+
+#include "Law.h"
+
+#include <Poco/Exception.h>
+
+using Zovi::Command::UrlPath;
+using Zovi::Fuzz::require;
+using Zovi::Fuzz::textOf;
+
+namespace
+{
+
+void checkReadings(const UrlPath& path)
+{
+    require(path.isValid() == (path.getCharacteristic() != UrlPath::INVALID),
+            "validity is the characteristic");
+    require(!(path < path), "no address is less than itself");
+    require(path == UrlPath(path), "a copy is equal");
+    require(path.isServiceEqual(path.getService()), "a name is equal to itself");
+    for (const auto& parameter : path.getQueryParameters()) {
+        require(path.hasQueryParameter(parameter.first), "a parameter that is listed is there");
+        require(!path.getQueryParameters(parameter.first).empty(), "a parameter that is there has values");
+    }
+}
+
+void checkOrder(const UrlPath& left, const UrlPath& right)
+{
+    require(!(left < right && right < left), "of two addresses at most one is less");
+    require((left == right) == (right == left), "equality is symmetric");
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    try {
+        const std::string text = textOf(data, size);
+        const UrlPath path(text);
+        checkReadings(path);
+        const UrlPath again{Poco::URI(path.getUri().toString())};
+        require(again.isValid() == path.isValid(), "what is written reads back with the same validity");
+        checkOrder(path, again);
+        checkOrder(path, UrlPath(text.substr(0, size / 2)));
+    } catch (const Poco::Exception&) {
+        // Poco refuses the URL.
+    }
+    return 0;
+}
