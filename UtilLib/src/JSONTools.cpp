@@ -2,6 +2,7 @@
 
 #include <Poco/JSON/Parser.h>
 
+#include <algorithm>
 #include <string_view>
 #include <typeinfo>
 
@@ -50,9 +51,9 @@ bool isTooWide(std::string_view number)
 std::size_t endOfString(std::string_view text, std::size_t openingQuote)
 {
     std::size_t position = openingQuote + 1;
-    while (text[position] != '"')
+    while (position < text.size() && text[position] != '"')
         position += text[position] == '\\' ? 2 : 1;
-    return position + 1;
+    return std::min(position + 1, text.size());
 }
 
 // The parser reads some integers that are too wide as another number: they must not pass. `text` is known to
@@ -73,10 +74,18 @@ bool hasTooWideInteger(std::string_view text)
     return false;
 }
 
+// The parser takes this byte for the end of the text and never looks at what follows. It is no part of UTF-8.
+bool hasFalseEnd(std::string_view text)
+{
+    return text.find('\xFF') != std::string_view::npos;
+}
+
 } // namespace
 
 bool JSONTools::parseJSONString(const std::string& text, Poco::JSON::Object::Ptr& out)
 {
+    if (hasFalseEnd(text))
+        return false;
     try {
         Poco::JSON::Parser parser;
         const Poco::Dynamic::Var document = parser.parse(text);

@@ -10,6 +10,7 @@
 
 #include <Poco/Logger.h>
 
+#include <iterator>
 #include <sstream>
 
 using Zovi::Fuzz::require;
@@ -32,7 +33,8 @@ Answer exchange(const Zovi::ServiceKit::ServiceTree& tree, const std::string& by
     std::istringstream source(bytes);
     ServerRequest request;
     request.read(source);
-    request.setBody(bytes.substr(static_cast<std::size_t>(source.tellg())));
+    source.clear();
+    request.setBody(std::string(std::istreambuf_iterator<char>(source), {}));
     ServerResponse& response = request.response();
     Zovi::ServiceKit::ExchangeHandler(tree, OPTIONS).handleRequest(request, response);
     require(response.sent(), "every request is answered");

@@ -128,6 +128,21 @@ TEST(JSONTools, SurvivesHostileTexts)
     }
 }
 
+// The parser took the byte 0xFF for the end of the text, so that what followed was never checked; the search
+// for integers that are too wide went on behind it and left the text at a quotation mark without a partner.
+TEST(JSONTools, RefusesAByteThatTheParserTakesForTheEnd)
+{
+    const std::string texts[] = {
+        "{\"d\":2}\xFF", "{\"d\":2}\xFF\":0", "{\"d\":2}\xFF\"\\", "{}\xFF{", "{\"a\":\"\xFF\"}", "\xFF{}",
+    };
+    for (const std::string& text : texts) {
+        SCOPED_TRACE(text);
+        Poco::JSON::Object::Ptr object;
+        EXPECT_FALSE(JSONTools::parseJSONString(text, object));
+        EXPECT_TRUE(object.isNull());
+    }
+}
+
 TEST(JSONTools, NestsUpTo128Levels)
 {
     Object::Ptr object;
