@@ -37,7 +37,7 @@ function(kyr_add_shared_library target alias)
   target_include_directories(${target} PUBLIC
     "$<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>")
   target_compile_features(${target} PUBLIC cxx_std_17)
-  target_link_libraries(${target} PRIVATE KYRCompilerOptions)
+  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:KYRCompilerOptions>)
   set_target_properties(${target} PROPERTIES
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
