@@ -19,6 +19,7 @@ class AttributeValueBase;
 namespace Zovi::Command
 {
 
+class PositionAutomaton;
 class WildcardPattern;
 
 /// Base of the criteria that select items by value: a comma-separated list of values, any of which may match.
@@ -30,8 +31,10 @@ class WildcardPattern;
 /// pattern. Case always counts.
 ///
 /// Lists of plain characters and wildcards are matched in time proportional to the text. Any other pattern
-/// may ask for more steps or deeper nesting than is safe to give, the sooner the longer the text; matching
-/// then ends in a `Poco::RegularExpressionException`, with less than 256 KiB of stack in use.
+/// may ask for more steps or deeper nesting than is safe to give, the sooner the longer the text. Up to 64
+/// characters, wildcards and classes, in groups, with alternatives and repeated as they may be, are then
+/// matched in another way, whose time is proportional to the text; all else, and every text that ends with a
+/// line feed, ends in a `Poco::RegularExpressionException`. Less than 256 KiB of stack are in use.
 ///
 /// A pattern that calls its own groups, as in `(a|b)(?1)`, more than a few times is taken for one that does
 /// not compile.
@@ -107,14 +110,17 @@ protected:
     mutable std::unique_ptr<Poco::RegularExpression> m_regEx;
 
 private:
-    const Poco::RegularExpression& longTextRegEx() const;
+    void prepareForMuchEffort() const;
+    bool matchPattern(const std::string& value) const;
+    bool canAutomatonDecide(const std::string& value) const;
 
     /// Set if the list is a pattern of plain characters and wildcards only.
     std::unique_ptr<const WildcardPattern> m_wildcards;
     /// The list with tighter limits, for long texts.
     mutable std::unique_ptr<Poco::RegularExpression> m_longTextRegEx;
-    /// One of the two expressions at most is compiled late: the first for a list of wildcards, else the
-    /// second.
+    /// The list without any limits; null if it cannot be had so.
+    mutable std::unique_ptr<const PositionAutomaton> m_automaton;
+    /// What is made late is made at once: the expression of a list of wildcards, or the two of another list.
     mutable std::once_flag m_compiledLate;
     bool m_integersMayMatch = true;
     bool m_floatsMayMatch = true;

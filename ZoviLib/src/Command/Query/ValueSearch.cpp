@@ -6,6 +6,7 @@
 #include "JSONTools.h"
 #include "Logging/LogStream.h"
 #include "NumberHelper.h"
+#include "PositionAutomaton.h"
 #include "StringHelper.h"
 #include "WildcardPattern.h"
 
@@ -13,6 +14,7 @@
 #include <Poco/StringTokenizer.h>
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 #include <typeinfo>
 
@@ -50,18 +52,23 @@ const std::string NOTHING_MATCHES = "(?!)";
 constexpr std::string_view INTEGER_CHARACTERS = "-0123456789";
 constexpr std::string_view FLOAT_CHARACTERS = "-+.0123456789aefin";
 
-/// The value with each run of wildcards replaced, anchored at both ends. Nothing is escaped.
-std::string prepareRegEx(const std::string& value)
+/// The value with each run of wildcards replaced. Nothing is escaped.
+std::string replaceWildcards(const std::string& value)
 {
     const char wildcard = UrlPath::QUERY_WILDCARD.front();
-    std::string prepared = "^";
+    std::string prepared;
     for (std::size_t i = 0; i != value.size(); ++i) {
         if (value[i] != wildcard)
             prepared += value[i];
         else if (i == 0 || value[i - 1] != wildcard)
             prepared += ".*";
     }
-    return prepared += '$';
+    return prepared;
+}
+
+std::string prepareRegEx(const std::string& value)
+{
+    return '^' + replaceWildcards(value) + '$';
 }
 
 std::string prepareRegEx(const std::vector<std::string>& values)
@@ -120,6 +127,13 @@ std::unique_ptr<Poco::RegularExpression> compile(const std::string& pattern, con
         const Poco::RegularExpression patternAlone(pattern, 0, true);
         throw;
     }
+}
+
+std::unique_ptr<const PositionAutomaton> makeAutomaton(const std::vector<std::string>& values)
+{
+    std::vector<std::string> expressions;
+    std::transform(values.begin(), values.end(), std::back_inserter(expressions), replaceWildcards);
+    return PositionAutomaton::create(expressions);
 }
 
 bool hasWildcard(const std::string& value)
@@ -217,11 +231,34 @@ const Poco::RegularExpression& AbstractValueSearch::compiledPattern() const
     return *m_regEx;
 }
 
-const Poco::RegularExpression& AbstractValueSearch::longTextRegEx() const
+void AbstractValueSearch::prepareForMuchEffort() const
 {
-    std::call_once(m_compiledLate,
-                   [this] { m_longTextRegEx = compile(prepareRegEx(m_searchValues), LONG_TEXT_LIMITS); });
-    return *m_longTextRegEx;
+    std::call_once(m_compiledLate, [this] {
+        m_automaton = makeAutomaton(m_searchValues);
+        m_longTextRegEx = compile(prepareRegEx(m_searchValues), LONG_TEXT_LIMITS);
+    });
+}
+
+bool AbstractValueSearch::matchPattern(const std::string& value) const
+{
+    if (value.size() <= SHORT_TEXT_LENGTH) {
+        try {
+            return m_regEx->match(value, 0);
+        } catch (const Poco::RegularExpressionException&) {
+            prepareForMuchEffort();
+            if (!canAutomatonDecide(value))
+                throw;
+        }
+    }
+    prepareForMuchEffort();
+    return canAutomatonDecide(value) ? m_automaton->match(value) : m_longTextRegEx->match(value, 0);
+}
+
+/// Where the text ends with a line feed, an expression may match without it. Which match counts then is a
+/// matter of the order in which they are tried.
+bool AbstractValueSearch::canAutomatonDecide(const std::string& value) const
+{
+    return m_automaton && !value.empty() && value.back() != '\n';
 }
 
 bool AbstractValueSearch::match(const std::string& value) const
@@ -229,7 +266,7 @@ bool AbstractValueSearch::match(const std::string& value) const
     if (m_wildcards)
         return m_wildcards->match(value);
     if (m_regEx)
-        return (value.size() <= SHORT_TEXT_LENGTH ? *m_regEx : longTextRegEx()).match(value, 0);
+        return matchPattern(value);
     return std::find(m_searchValues.begin(), m_searchValues.end(), value) != m_searchValues.end();
 }
 

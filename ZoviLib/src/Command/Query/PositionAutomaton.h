@@ -1,0 +1,52 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Zovi::Command
+{
+
+/// A few regular expressions, matched without going back in the text.
+///
+/// It holds the positions of the expressions at which a character is taken, and while it walks through the
+/// text, the set of those that may have taken the last one. It takes time proportional to the text and the
+/// number of positions, and next to no stack: for texts and patterns that ask too much of a matcher that
+/// tries one way after the other.
+///
+/// It understands characters, the dot, classes, `\d` `\D` `\w` `\W` `\s` `\S` `\n` `\r` `\t`, escaped marks,
+/// groups with alternatives, and repetitions, lazy ones too; in all what 64 positions hold. Read-only after
+/// construction.
+class PositionAutomaton
+{
+public:
+    /// The automaton of `expressions`, each of which is one that compiles; a null pointer if it does not
+    /// understand all of them. Alternatives outside of a group are not understood.
+    static std::unique_ptr<const PositionAutomaton> create(const std::vector<std::string>& expressions);
+
+    /// True if one of the expressions takes the whole of `text`, which is not empty.
+    bool match(std::string_view text) const;
+
+private:
+    /// A bit for each position.
+    using Positions = std::uint64_t;
+    static constexpr std::size_t MAX_POSITIONS = 64;
+
+    class Builder;
+
+    PositionAutomaton() = default;
+
+    Positions takersOf(char character) const { return m_takers[static_cast<unsigned char>(character)]; }
+    Positions followersOf(Positions positions) const;
+
+    std::array<Positions, 256> m_takers{};
+    std::array<Positions, MAX_POSITIONS> m_followers{};
+    Positions m_first = 0;
+    Positions m_last = 0;
+};
+
+} // namespace Zovi::Command
