@@ -1,5 +1,6 @@
 #include "JSONTools.h"
 
+#include <Poco/JSON/ParseHandler.h>
 #include <Poco/JSON/Parser.h>
 
 #include <algorithm>
@@ -87,7 +88,9 @@ bool JSONTools::parseJSONString(const std::string& text, Poco::JSON::Object::Ptr
     if (hasFalseEnd(text))
         return false;
     try {
-        Poco::JSON::Parser parser;
+        // As the parser's own default argument it would leak where its construction fails for want of memory.
+        const Poco::JSON::Handler::Ptr handler(new Poco::JSON::ParseHandler);
+        Poco::JSON::Parser parser(handler);
         const Poco::Dynamic::Var document = parser.parse(text);
         if (document.type() != typeid(Poco::JSON::Object::Ptr) || hasTooWideInteger(text))
             return false;

@@ -76,8 +76,10 @@ AttributeContainer AttributeContainer::deepCopy(const AttributeContainer& other)
 AttributeContainer AttributeContainer::deepCopy(XObjectId parent, const AttributeMap& attrMap)
 {
     AttributeMap copies;
-    for (const auto& [key, attribute] : attrMap)
-        copies.emplace_hint(copies.end(), key, attribute->copy(parent));
+    for (const auto& [key, attribute] : attrMap) {
+        AttributeBase::Ptr copy(attribute->copy(parent));
+        copies.emplace_hint(copies.end(), key, std::move(copy));
+    }
     return AttributeContainer(parent, std::move(copies));
 }
 
