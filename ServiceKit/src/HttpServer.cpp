@@ -68,11 +68,11 @@ private:
 class HttpServer::Running
 {
 public:
-    Running(const std::shared_ptr<const ServiceTree>& tree, const ServerOptions& options)
+    Running(const std::shared_ptr<const ServiceTree>& tree, const ServerOptions& options,
+            const Poco::Net::ServerSocket& socket)
         : m_context{options, makeParams(options), new ExchangeHandlerFactory(tree, options.exchange), {}}
-        , m_socket(listenOn(options))
         , m_threads(1, options.maxConnections)
-        , m_server(new ConnectionFactory(m_context), m_threads, m_socket, m_context.params)
+        , m_server(new ConnectionFactory(m_context), m_threads, socket, m_context.params)
     {
         m_server.start();
     }
@@ -89,11 +89,8 @@ public:
     Running(const Running&) = delete;
     Running& operator=(const Running&) = delete;
 
-    Poco::Net::SocketAddress address() const { return m_socket.address(); }
-
 private:
     ServerContext m_context;
-    Poco::Net::ServerSocket m_socket;
     Poco::ThreadPool m_threads;
     Poco::Net::TCPServer m_server;
 };
@@ -106,21 +103,29 @@ HttpServer::HttpServer(std::shared_ptr<const ServiceTree> tree, const ServerOpti
 
 HttpServer::~HttpServer() = default;
 
+void HttpServer::listen()
+{
+    m_socket = listenOn(m_options);
+}
+
 void HttpServer::start()
 {
-    m_running = std::make_unique<Running>(m_tree, m_options);
+    if (!m_socket)
+        listen();
+    m_running = std::make_unique<Running>(m_tree, m_options, *m_socket);
 }
 
 void HttpServer::stop()
 {
     m_running.reset();
+    m_socket.reset();
 }
 
 Poco::Net::SocketAddress HttpServer::address() const
 {
-    if (!m_running)
+    if (!m_socket)
         throw Poco::InvalidAccessException("The server does not listen");
-    return m_running->address();
+    return m_socket->address();
 }
 
 } // namespace Zovi::ServiceKit

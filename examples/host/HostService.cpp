@@ -6,22 +6,37 @@
 #include "InterfaceResource.h"
 #include "ProcessResource.h"
 
+#include <string>
+#include <vector>
+
 namespace Zovi::Host
 {
 
-std::shared_ptr<const ServiceKit::ServiceTree> makeHostTree(const std::filesystem::path& root)
+namespace
+{
+
+using TextList = std::vector<std::string>;
+
+/// The version of what is offered under the address of the service: it changes when a client must.
+const char* const INTERFACE_VERSION = "1";
+
+} // namespace
+
+HostTree makeHostTree(const std::filesystem::path& root)
 {
     const HostIdentity identity = readHostIdentity(root);
     const auto tree = std::make_shared<ServiceKit::ServiceTree>(identity.machine);
     const auto service = std::make_shared<ServiceKit::Service>(tree->root().child("host"),
                                                                "The machine that this service runs on.");
+    service->info().setServiceCategories(TextList{"machine"});
+    service->info().setVersions(TextList{INTERFACE_VERSION});
     const ServiceKit::Reference& host = service->reference();
     service->add(std::make_shared<ProcessResource>(host, identity, root));
     service->add(std::make_shared<InterfaceResource>(host, root));
     service->add(std::make_shared<FilesystemResource>(host, root));
     tree->add(service);
     tree->add(makeExplorer());
-    return tree;
+    return {tree, service};
 }
 
 } // namespace Zovi::Host

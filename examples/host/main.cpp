@@ -1,9 +1,11 @@
 #include "HostService.h"
+#include "LastResort.h"
 #include "Options.h"
 
 #include <Poco/Exception.h>
 #include <Poco/Net/DNS.h>
 
+#include <chrono>
 #include <csignal>
 #include <exception>
 #include <iostream>
@@ -16,6 +18,9 @@ namespace
 using namespace Zovi;
 
 constexpr int EXIT_USAGE = 2;
+
+/// A little less than the two seconds that are promised.
+constexpr std::chrono::milliseconds STOP_TIME(1'800);
 
 sigset_t endSignals()
 {
@@ -64,18 +69,23 @@ void printAddresses(const Poco::Net::SocketAddress& address)
 
 int serve(ServiceKit::ServerOptions options)
 {
-    holdBackSignals();
     addMachineName(options.exchange);
-    ServiceKit::HttpServer server(Host::makeHostTree("/"), options);
+    const Host::HostTree host = Host::makeHostTree("/");
+    ServiceKit::HttpServer server(host.tree, options);
     try {
-        server.start();
+        // A name server may keep this waiting, so the signals still end the program at once.
+        server.listen();
     } catch (const Poco::Exception& failure) {
         std::cerr << "kyr-host: cannot listen on " << options.listenAddress << " port " << options.port
                   << ": " << failure.displayText() << "\n";
         return EXIT_FAILURE;
     }
+    host.service->info().setPort(server.address().port());
+    holdBackSignals();
+    server.start();
     printAddresses(server.address());
     waitForEnd();
+    Host::endProcessAfter(STOP_TIME);
     server.stop();
     return EXIT_SUCCESS;
 }

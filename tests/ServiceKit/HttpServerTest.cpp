@@ -22,6 +22,7 @@ using Test::makePuppet;
 using Test::makeSampleTree;
 using Test::RawAnswer;
 using Test::RawClient;
+using Test::ROOT_ID;
 using ::testing::HasSubstr;
 
 namespace
@@ -305,6 +306,27 @@ TEST(HttpServer, StopsSoonWithIdleAndHalfReadConnections)
     EXPECT_LT(Clock::now() - begin, SOON);
     EXPECT_EQ(silent.receiveRest(), "");
     EXPECT_EQ(idle.receiveRest(), "");
+}
+
+TEST(HttpServer, TakesItsAddressBeforeItServes)
+{
+    const auto tree = std::make_shared<ServiceTree>(ROOT_ID);
+    HttpServer server(tree, {});
+    EXPECT_THROW(server.address(), Poco::InvalidAccessException);
+    server.listen();
+    RawClient early(server.address());
+    early.send("GET /shop HTTP/1.1\r\nHost: localhost\r\n\r\n");
+    const auto shop = std::make_shared<Service>(tree->root().child("shop"), "Sells fruit.");
+    shop->info().setPort(server.address().port());
+    tree->add(shop);
+    const std::string address = server.address().toString();
+    server.start();
+    EXPECT_EQ(server.address().toString(), address);
+    const RawAnswer answer = early.receive();
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_THAT(answer.body, HasSubstr("\"port\":" + std::to_string(server.address().port())));
+    server.stop();
+    EXPECT_THROW(server.address(), Poco::InvalidAccessException);
 }
 
 TEST(HttpServer, AnswersWhatIsUnderWayWhenItStops)

@@ -2,11 +2,13 @@
 
 #include "ServiceKit/ExchangeHandler.h"
 
+#include <Poco/Net/ServerSocket.h>
 #include <Poco/Net/SocketAddress.h>
 
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace Zovi::ServiceKit
@@ -53,7 +55,7 @@ struct ServerOptions {
 class HttpServer
 {
 public:
-    /// Shares `tree`, which is not changed any more. Listens on nothing yet.
+    /// Shares `tree`, which is not changed any more from `start` on. Listens on nothing yet.
     HttpServer(std::shared_ptr<const ServiceTree> tree, const ServerOptions& options);
 
     /// Stops the server.
@@ -62,8 +64,12 @@ public:
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
 
-    /// Listens and serves from now on. Throws what Poco throws, a `Poco::Net::NetException` as a rule, if the
-    /// address is not known, not permitted or in use; the server is then as it was before. Called once.
+    /// Looks the address up and takes it: clients may connect, but wait for `start`. No thread begins yet.
+    /// Throws what Poco throws, a `Poco::Net::NetException` as a rule, if the address is not known, not
+    /// permitted or in use; the server is then as it was before.
+    void listen();
+
+    /// Serves from now on; listens first if `listen` was not called, and then throws as it does. Called once.
     void start();
 
     /// Takes no more connections, closes the idle ones, waits for the exchanges under way and breaks off
@@ -79,6 +85,7 @@ private:
 
     std::shared_ptr<const ServiceTree> m_tree;
     ServerOptions m_options;
+    std::optional<Poco::Net::ServerSocket> m_socket;
     std::unique_ptr<Running> m_running;
 };
 
