@@ -58,8 +58,7 @@ public:
     ///
     /// The stream throws out of its read operations, so that nothing damaged passes as whole:
     /// - `Poco::DataFormatException` if the body is malformed, ends early, falls short of its declared
-    /// length, or
-    ///   if anything follows the coded data, a second gzip member included;
+    ///   length, or if anything follows the coded data, a second gzip member included;
     /// - `ContentTooLargeException` as soon as more than the limit comes out, with no more than that read;
     /// - what the source throws, as it is.
     ///

@@ -10,6 +10,7 @@ template <typename Container, typename Result>
 class KYRUTIL_API AbstractQuery
 {
 public:
+    /// What is asked, and what is answered.
     typedef Container container_type;
     typedef Result result_type;
 

@@ -11,6 +11,7 @@ namespace Zovi
 class KYRUTIL_API Timestamp
 {
 public:
+    /// A number of milliseconds.
     using timestamp_t = std::int64_t;
 
     /// The current time.

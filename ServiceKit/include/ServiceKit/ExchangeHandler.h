@@ -91,8 +91,10 @@ private:
 class ExchangeHandlerFactory : public Poco::Net::HTTPRequestHandlerFactory
 {
 public:
+    /// For the exchanges with `tree`.
     ExchangeHandlerFactory(std::shared_ptr<const ServiceTree> tree, const ExchangeOptions& options);
 
+    /// A new handler, which the caller owns.
     Poco::Net::HTTPRequestHandler* createRequestHandler(const Poco::Net::HTTPServerRequest& request) override;
 
 private:

@@ -41,6 +41,7 @@ struct ServerOptions {
     /// How long `stop` lets exchanges that are under way come to their end.
     std::chrono::milliseconds stopTimeout{1'000};
 
+    /// What each exchange accepts.
     ExchangeOptions exchange;
 };
 

@@ -16,9 +16,9 @@ Poco::UUID nameBasedId(const Poco::UUID& space, const std::string& name);
 
 /// Who an addressable thing is: what the three fields of a reference object say. A plain value.
 struct Reference {
-    Poco::UUID id;
-    std::string name;
-    std::string uri; ///< the path of its address, "/" for the root
+    Poco::UUID id;    ///< what it is told apart by
+    std::string name; ///< what people call it
+    std::string uri;  ///< the path of its address, "/" for the root
 
     /// A service of the root, or a resource of a service: its id is made of this one's id and `childName`.
     Reference child(const std::string& childName) const;

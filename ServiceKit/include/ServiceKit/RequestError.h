@@ -16,6 +16,7 @@ public:
     /// An empty `message` stands for the default text of `status`.
     RequestError(Command::HTTPStatus status, const std::string& message);
 
+    /// The status of the answer.
     Command::HTTPStatus status() const { return m_status; }
 
     /// The answer that tells of it.
@@ -32,6 +33,7 @@ public:
     /// `allowed` is the value for the "Allow" header.
     MethodNotAllowed(const std::string& message, const std::string& allowed);
 
+    /// The value for the "Allow" header.
     const std::string& allowed() const { return m_allowed; }
 
 private:

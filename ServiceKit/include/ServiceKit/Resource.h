@@ -23,13 +23,16 @@ namespace Zovi::ServiceKit
 class MethodSet
 {
 public:
+    /// A method as a request tells it.
     using Method = Command::HttpRequest::RequestType;
 
+    /// The set of `methods`.
     MethodSet(std::initializer_list<Method> methods);
 
     /// GET and HEAD.
     static MethodSet readOnly();
 
+    /// True if `method` is in the set.
     bool contains(Method method) const { return m_methods.test(static_cast<std::size_t>(method)); }
 
     /// The names in the fixed order GET, HEAD, POST, PUT, DELETE.

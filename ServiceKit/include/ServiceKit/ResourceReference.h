@@ -14,6 +14,7 @@ class ResourceReference
     : public Data::AttributeValue<std::shared_ptr<const Resource>, Data::AttributeValueObjectBase>
 {
 public:
+    /// Shares `resource`, which may be null.
     ResourceReference(const std::shared_ptr<const Resource>& resource)
         : AttributeValue(resource)
     {

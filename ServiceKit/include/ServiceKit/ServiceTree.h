@@ -21,6 +21,7 @@ public:
     /// the name cannot stand in an address.
     Service(const Reference& reference, const std::string& description);
 
+    /// Id, name and address of the service.
     const Reference& reference() const { return m_reference; }
 
     /// How the service presents itself, at its address as anywhere else: identity, description, privileges,
@@ -51,6 +52,7 @@ public:
     /// Services take `root().child(name)` as their reference, so that their ids follow from `rootId`.
     explicit ServiceTree(const Poco::UUID& rootId);
 
+    /// Id, name and address of the root.
     const Reference& root() const { return m_root; }
 
     /// Shares `service`. Throws `Poco::InvalidArgumentException` if its name is taken, as "cdn" is by the

@@ -14,7 +14,7 @@ inline const std::string SERVICE_OF_FILES = "cdn";
 /// A file that is served as it is.
 struct StaticFile {
     std::string mediaType; ///< what "Content-Type" says: "text/css; charset=utf-8"
-    std::string content;
+    std::string content;   ///< the bytes
 };
 
 /// Files that are held in memory: a page, and what the page needs.
@@ -31,6 +31,7 @@ public:
     /// Throws `Poco::InvalidArgumentException` if `name` cannot stand in an address.
     explicit StaticFolder(const std::string& name);
 
+    /// The name in its address.
     const std::string& name() const { return m_name; }
 
     /// The media type follows from the end of `fileName`: .html, .js, .css, .svg, .png or .json. Throws

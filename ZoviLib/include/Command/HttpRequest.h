@@ -25,6 +25,7 @@ namespace Zovi::Command
 class KYRZOVI_API HttpRequest : public RequestBase
 {
 public:
+    /// The methods that a service answers.
     enum RequestType : int {
         UNSUPPORTED = 0, ///< any other method, and any of the five in lower case
         GET = 1,

@@ -40,6 +40,7 @@ public:
     /// Shares the JSON object of `content`.
     HttpResponse(HTTPStatus status, const ResponseObject& content);
 
+    /// The status of the answer, 200 at first.
     void setStatus(HTTPStatus status) { m_status = status; }
     HTTPStatus getStatus() const { return m_status; }
 

@@ -42,6 +42,7 @@ public:
     template <typename Criterion>
     using QueryCollectionMap = std::map<std::string, QueryCollection<Criterion>>;
 
+    /// The collections and maps in use.
     using RenderCollection = QueryCollection<RenderCriterion>;
     using AnyValueSearchCollection = QueryCollection<AnyValueSearch>;
     using AttributeValueSearchCollection = QueryCollection<AttributeValueSearch>;

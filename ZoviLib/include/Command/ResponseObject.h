@@ -23,6 +23,7 @@ namespace Zovi::Command
 class KYRZOVI_API StatusObject
 {
 public:
+    /// Keys of the document, and its status words.
     using JsonFieldName = std::string;
     using StatusCode = std::string;
 
@@ -70,6 +71,7 @@ public:
     Poco::JSON::Object::Ptr getObject() const { return JSONObject; }
 
 protected:
+    /// The document, never null.
     Poco::JSON::Object::Ptr JSONObject;
 };
 

@@ -27,6 +27,7 @@ template <typename Container, typename Compare, typename Value>
 class KYRZOVI_API SortingFilter : public Util::AbstractFilter<Container>
 {
 public:
+    /// The container, before and after.
     using container_type = typename Util::AbstractFilter<Container>::container_type;
     using result_type = typename Util::AbstractFilter<Container>::result_type;
 

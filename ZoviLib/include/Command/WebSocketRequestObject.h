@@ -41,6 +41,7 @@ namespace Zovi::Command
 class KYRZOVI_API WebSocketRequestObject : public RequestBase
 {
 public:
+    /// A kind of message, and a time span.
     using Type = std::string;
     using milliseconds = std::int64_t;
 

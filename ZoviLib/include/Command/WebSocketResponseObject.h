@@ -27,6 +27,7 @@ namespace Zovi::Command
 class KYRZOVI_API WebSocketResponseObject : public ResponseObject
 {
 public:
+    /// A kind of message.
     using Type = WebSocketRequestObject::Type;
 
     static const Type TYPE_SUBSCRIBE;   ///< "subscribe"

@@ -28,6 +28,7 @@ namespace Zovi::Data
 class KYRZOVI_API AttributeBase
 {
 public:
+    /// How attributes are shared.
     using Ptr = Poco::SharedPtr<AttributeBase>;
 
     virtual ~AttributeBase();
@@ -39,12 +40,14 @@ public:
     /// The type of the held value, such as `typeid(std::string)`. Known without a value, as the next two are.
     virtual const std::type_info& type() const = 0;
 
+    /// The name, under which its owner keeps it.
     virtual const std::string& getName() const = 0;
 
     /// The value, open to change, or a null pointer if the attribute is empty. The attribute keeps it; it
     /// lives until the attribute is given another one.
     virtual AttributeValueBase* getValueBase() const = 0;
 
+    /// Whether the value refers to an object, and whether it is made of element values.
     virtual bool isXObjReference() const = 0;
     virtual bool isArray() const = 0;
 
@@ -62,6 +65,7 @@ public:
     bool isEmpty() const { return getValueBase() == nullptr; }
 
 protected:
+    /// For the derived class: an attribute of `parent`, or of the owner of another one.
     explicit AttributeBase(XObjectId parent)
         : m_parentId(parent)
     {
@@ -85,6 +89,7 @@ template <typename V>
 class KYRZOVI_API Attribute : public AttributeBase
 {
 public:
+    /// The value class, and the type that it holds.
     using attr_value_type = V;
     using value_type = typename V::value_type;
 
@@ -134,6 +139,7 @@ public:
         return *this;
     }
 
+    /// What `AttributeBase` asks for.
     const std::type_info& type() const override { return typeid(value_type); }
     const std::string& getName() const override { return m_name; }
     AttributeValueBase* getValueBase() const override { return m_value.get(); }

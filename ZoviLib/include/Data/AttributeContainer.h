@@ -21,23 +21,25 @@ namespace Zovi::Data
 /// Attributes by name, ordered byte by byte.
 using AttributeMap = std::map<std::string, AttributeBase::Ptr>;
 
+// clang-format off
 /// The attributes of one object.
 ///
 /// It keeps two promises: every attribute in it belongs to the owner given at construction, and a name keeps
 /// the type of its value. Attributes are shared: copying a container shares every attribute with the source,
 /// so that a value changed through one is seen through the other, while `deepCopy` shares nothing.
 ///
-/// | | entry absent | null entry | empty attribute | value of another type |
-/// | --- | --- | --- | --- | --- |
-/// | `getAttribute` | null | null | the attribute | the attribute |
-/// | `getValue(name)` | null | `NullPointerException` | null | the value |
-/// | `getValue<C>(name)` | `InvalidAccessException` | `NullPointerException` | `InvalidAccessException` |
-/// `InvalidAccessException` | | `setValue<V>` | stores | stores | sets | `InvalidAccessException` | |
-/// `setAttribute` | stores a copy, or takes over | stores a copy | see there | false, and an error in the log
-/// | | `deepCopy` | | `NullPointerException` | `InvalidAccessException` | copies | | `toJSON` | |
-/// `BugcheckException` | leaves it out | |
+/// |                     | entry absent                 | null entry             | empty attribute          | value of another type            |
+/// | ------------------- | ---------------------------- | ---------------------- | ------------------------ | -------------------------------- |
+/// | `getAttribute`      | null                         | null                   | the attribute            | the attribute                    |
+/// | `getValue(name)`    | null                         | `NullPointerException` | null                     | the value                        |
+/// | `getValue<C>(name)` | `InvalidAccessException`     | `NullPointerException` | `InvalidAccessException` | `InvalidAccessException`         |
+/// | `setValue<V>`       | stores                       | stores                 | sets                     | `InvalidAccessException`         |
+/// | `setAttribute`      | stores a copy, or takes over | stores a copy          | see there                | false, and an error in the log   |
+/// | `deepCopy`          |                              | `NullPointerException` | `InvalidAccessException` | copies                           |
+/// | `toJSON`            |                              | `BugcheckException`    | leaves it out            |                                  |
 ///
 /// The exceptions are Poco's. Null entries come in only by way of `begin` and `end`. Nothing is locked.
+// clang-format on
 class KYRZOVI_API AttributeContainer
 {
 public:
@@ -60,13 +62,16 @@ public:
     /// The number of the owner, fixed at construction.
     XObjectId parent() const { return m_parentId; }
 
+    /// The number of entries.
     std::size_t size() const { return m_attrMap.size(); }
 
     /// True if there is an entry, even one with an empty attribute.
     bool contains(const std::string& name) const;
 
+    /// All entries, in the order of their names.
     const AttributeMap& getAttributes() const { return m_attrMap; }
 
+    /// The entries, to walk over; an entry that is changed this way is not checked.
     AttributeMap::iterator begin() { return m_attrMap.begin(); }
     AttributeMap::iterator end() { return m_attrMap.end(); }
     AttributeMap::const_iterator begin() const { return m_attrMap.begin(); }

@@ -95,14 +95,17 @@ template <typename T, typename Base>
 class KYRZOVI_API AttributeValue : public Base
 {
 public:
+    /// The held type, and this layer.
     using value_type = T;
     using this_type = AttributeValue<T, Base>;
 
+    /// The held type, known at run time.
     const std::type_info& type() const override { return typeid(value_type); }
 
     /// Holds a copy of the value in its own type.
     GenericValue asGeneric() const override { return GenericValue(m_value); }
 
+    /// What the type's `toJson` makes of the value.
     Poco::Dynamic::Var toJSON(int expandLvl) const override
     {
         if constexpr (Util::Detail::HasToJson<T>::value) {
@@ -114,6 +117,7 @@ public:
         }
     }
 
+    /// As `Base` says for the class as a whole.
     bool isXObjReference() const override { return Base::isXObjReferenceType(); }
     bool isArray() const override { return Base::isArrayType(); }
 
@@ -128,6 +132,7 @@ public:
         return true;
     }
 
+    /// By the order of the held type, see above; with another layer as `AttributeValueBase` does it.
     int compare(const AttributeValueBase& other) const override
     {
         if constexpr (Detail::IsOrdered<T>::value) {
@@ -140,12 +145,15 @@ public:
         return AttributeValueBase::compare(other);
     }
 
+    /// The held value, good as long as this object.
     const value_type& get() const { return m_value; }
     operator const value_type&() const { return m_value; }
 
+    /// Copies `value`, or takes it over.
     void set(const value_type& value) { m_value = value; }
     void set(value_type&& value) { m_value = std::move(value); }
 
+    /// Comparison of the held values.
     bool operator==(const value_type& other) const { return m_value == other; }
     bool operator==(const this_type& other) const { return m_value == other.m_value; }
     /// Numbers of any type compare without a conversion being written out.
@@ -161,6 +169,7 @@ public:
     bool operator>(const this_type& other) const { return other < *this; }
 
 protected:
+    /// For the concrete class: a value of its own, a copy of `value`, or `value` taken over.
     AttributeValue() = default;
     explicit AttributeValue(const value_type& value)
         : m_value(value)
@@ -171,6 +180,7 @@ protected:
     {
     }
 
+    /// The held value.
     value_type m_value{};
 };
 
@@ -181,6 +191,7 @@ template <typename T>
 class KYRZOVI_API AttributeValueStringable : public AttributeValue<T, AttributeValueStringableBase>
 {
 public:
+    /// Copies `value`, or takes it over.
     AttributeValueStringable(const T& value)
         : AttributeValue<T, AttributeValueStringableBase>(value)
     {
@@ -190,6 +201,7 @@ public:
     {
     }
 
+    /// The text, as a generic value and as it is.
     GenericValue asGeneric() const override { return GenericValue(toString()); }
     std::string toString() const override { return Detail::textOf(this->m_value); }
 };
@@ -211,6 +223,7 @@ extern template class AttributeValue<bool, AttributeValueBase>;
 class KYRZOVI_API AttributeValueInteger : public AttributeValue<std::int64_t, AttributeValueBase>
 {
 public:
+    /// Holds `value`.
     AttributeValueInteger(const std::int64_t& value)
         : AttributeValue(value)
     {

@@ -28,6 +28,7 @@ class KYRZOVI_API AttributeValueArray : public AttributeValue<std::vector<E>, At
     using Layer = AttributeValue<std::vector<E>, AttributeValueArrayBase>;
 
 public:
+    /// The class of the elements, the type that each holds, and what walks over them.
     using element_type = E;
     using element_value_type = typename E::value_type;
     using iterator = typename std::vector<E>::iterator;
@@ -35,6 +36,7 @@ public:
 
     /// The empty array.
     AttributeValueArray() = default;
+    /// Copies `elements`, or takes them over.
     AttributeValueArray(const std::vector<E>& elements)
         : Layer(elements)
     {
@@ -87,10 +89,13 @@ public:
 
     std::size_t size() const override { return this->m_value.size(); }
 
+    /// As the elements.
     static bool isXObjReferenceType() { return E::isXObjReferenceType(); }
 
+    /// True if there are no elements.
     bool isEmpty() const { return this->m_value.empty(); }
 
+    /// Appends a copy of `element`, or takes it over.
     void addElement(const element_type& element) { this->m_value.push_back(element); }
     void addElement(element_type&& element) { this->m_value.push_back(std::move(element)); }
 
@@ -116,6 +121,7 @@ public:
     /// position that follows.
     iterator removeElement(const_iterator position) { return this->m_value.erase(position); }
 
+    /// The elements, in order.
     iterator begin() { return this->m_value.begin(); }
     iterator end() { return this->m_value.end(); }
     const_iterator begin() const { return this->m_value.begin(); }

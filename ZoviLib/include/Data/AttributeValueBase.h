@@ -65,7 +65,6 @@ public:
     {
         return dynamic_cast<C*>(this);
     }
-
     template <typename C>
     const C* convert() const
     {
@@ -96,6 +95,7 @@ class KYRZOVI_API AttributeValueStringableBase : public AttributeValueBase
 public:
     ~AttributeValueStringableBase() override;
 
+    /// The text form.
     virtual std::string toString() const = 0;
 
     using AttributeValueBase::convert;
@@ -126,6 +126,7 @@ public:
     /// The number of elements.
     virtual std::size_t size() const = 0;
 
+    /// True for the class as a whole.
     static bool isArrayType() { return true; }
 
 protected:
@@ -152,6 +153,7 @@ public:
     /// The object, a null pointer if there is none. Who keeps it alive is for the derived class to say.
     virtual const XObjectBase* getReferencedObject() const = 0;
 
+    /// True for the class as a whole.
     static bool isXObjReferenceType() { return true; }
 
 protected:

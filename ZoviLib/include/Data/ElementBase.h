@@ -20,8 +20,10 @@ namespace Zovi::Data
 class KYRZOVI_API ElementBase : public XObjectBase
 {
 public:
+    /// How elements are shared.
     using Ptr = Poco::SharedPtr<ElementBase>;
 
+    /// An element of `service` and `resource`.
     ElementBase(const std::string& service, const std::string& resource, XObjectId id);
     /// An element with empty names.
     explicit ElementBase(XObjectId id);
@@ -36,6 +38,7 @@ public:
     /// Takes over the number of `other`, whose attributes stay with it.
     explicit ElementBase(XObjectBase&& other);
 
+    /// Copy, or take over, number and names; the attributes are for the derived class.
     ElementBase(const ElementBase& other);
     ElementBase(ElementBase&& other);
     ElementBase& operator=(const ElementBase& other);
@@ -102,6 +105,7 @@ public:
     /// says at notice level that it is a duplicate, and afterwards it is not recorded.
     explicit ElementGeneric(const XObjectBase& other);
 
+    /// Copy, or take over, number, names and attributes; nothing is shared.
     ElementGeneric(const ElementGeneric& other);
     ElementGeneric(ElementGeneric&& other);
     ElementGeneric& operator=(const ElementGeneric& other);

@@ -20,6 +20,7 @@ class KYRZOVI_API ResourceBase : public XObjectBase
 public:
     static const std::string KEY_DESCRIPTION; ///< "description"
 
+    /// For the derived class: a resource with the number `id`, or with that of `other`.
     explicit ResourceBase(XObjectId id);
     ResourceBase(const ResourceBase& other);
     ResourceBase(ResourceBase&& other);

@@ -26,12 +26,14 @@ public:
     static const std::string KEY_PORT;               ///< "port"
     static const std::string KEY_DESCRIPTION;        ///< "description"
 
+    /// For the derived class: a service with the number `id`.
     explicit ServiceBase(XObjectId id);
     /// Copies the number of `other`, nothing else.
     explicit ServiceBase(const XObjectBase& other);
     /// Takes over the number of `other`, nothing else.
     explicit ServiceBase(XObjectBase&& other);
 
+    /// The same as from any other object.
     ServiceBase(const ServiceBase& other);
     ServiceBase(ServiceBase&& other);
     ServiceBase& operator=(const ServiceBase& other);

@@ -122,6 +122,7 @@ public:
         return *this;
     }
 
+    /// Takes over number and attributes; `other` has neither afterwards.
     // NOLINTNEXTLINE(performance-noexcept-move-constructor): taking over the number may fail
     GenericObject& operator=(GenericObject&& other)
     {
@@ -133,6 +134,7 @@ public:
 
     ~GenericObject() override = default;
 
+    /// What `XObjectBase` asks for, answered by the container.
     AttributeMap getAttributes() const override { return m_attrContainer.getAttributes(); }
     AttributeBase::Ptr getAttribute(const std::string& name) const override
     {
@@ -205,6 +207,7 @@ public:
     void removeValue(const std::string& name) { m_attrContainer.removeValue(name); }
 
 protected:
+    /// The attributes.
     AttributeContainer m_attrContainer;
 
 private:

@@ -84,17 +84,15 @@ KYRZOVI_API Poco::Dynamic::Var toJson(const Poco::URI& value, int expandLvl);
 
 /// All other values, by their type:
 ///
-/// - a type for which a function `toJson(const T&, int)` stands in its own namespace: what that gives. This
-/// is
-///   how a service adds its own types; the function must be declared before the type's first use here.
+/// - a type for which a function `toJson(const T&, int)` stands in its own namespace: what that gives.
+///   This is how a service adds its own types; the function must be declared before the type's first use;
 /// - a reference value, and a value class that has no `get()`: its own `toJSON`;
 /// - any other value class: `toJson` of the held value;
 /// - a `Poco::Dynamic::Var`: itself;
-/// - a number: signed integers as 64 bits signed, unsigned ones as 64 bits unsigned, `bool` and `double` as
-/// such;
+/// - a number: signed integers as 64 bits signed, unsigned ones as 64 bits unsigned, `bool` and `double`
+///   as such;
 /// - any range, including arrays and initialiser lists: a new `Poco::JSON::Array`, held by pointer, of
-/// `toJson`
-///   of each element in order.
+///   `toJson` of each element in order.
 template <typename T, std::enable_if_t<Detail::isRendered<T>, int> = 0>
 Poco::Dynamic::Var toJson(const T& value, int expandLvl);
 

@@ -54,6 +54,7 @@ public:
     /// and has level 0.
     explicit LevelExpansion(const std::string& value);
 
+    /// The level, 0 if the criterion is invalid.
     std::uint32_t getLevel() const { return m_level; }
 
     Poco::JSON::Object::Ptr apply(const Zovi::Data::XObjectBase& obj) const override;

@@ -30,6 +30,7 @@ namespace Zovi::Command
 class KYRZOVI_API FilterField
 {
 public:
+    /// A field that is taken whole.
     explicit FilterField(const std::string& name);
 
     /// Shares `paging`.

@@ -77,6 +77,7 @@ public:
     /// The signed length, see above.
     int getLimit() const { return m_limit; }
 
+    /// What the anchor is, and how the slice came about.
     PagingType getType() const { return m_type; }
     PagingRequestType getPagingRequestType() const { return m_pagingRequestType; }
 

@@ -103,6 +103,7 @@ protected:
     /// What `match(value converted to text)` gives or throws, without the text where it is not needed.
     bool matchAsText(const Poco::Dynamic::Var& value) const;
 
+    /// The value as it came, and its parts.
     std::string m_queryValue;
     std::vector<std::string> m_searchValues;
     /// Null while the list is compared by plain equality, and while the list is a pattern that is matched
@@ -169,6 +170,7 @@ protected:
     bool matchImpl(const Poco::Dynamic::Var& value, int recursion) const override;
     bool matchImpl(const Data::AttributeValueBase& value, int recursion) const override;
 
+    /// The attribute that is tested.
     std::string m_attributeName;
 
 private:
