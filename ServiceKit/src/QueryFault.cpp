@@ -1,5 +1,6 @@
 #include "QueryFault.h"
 
+#include "Command/QueryFilterJSON.h"
 #include "Command/RequestBase.h"
 #include "ServiceKit/Text.h"
 
@@ -59,15 +60,43 @@ Poco::URI addressOf(const Poco::URI& uri)
     return address;
 }
 
-bool isRefusedAlone(const Poco::URI& address, const std::string& key, const std::string& value)
+Poco::URI withParameter(const Poco::URI& address, const std::string& key, const std::string& value)
 {
     Poco::URI uri = address;
     uri.addQueryParameter(key, value);
+    return uri;
+}
+
+bool isRefusedAlone(const Poco::URI& address, const std::string& key, const std::string& value)
+{
     try {
-        return !RequestBase(uri).getUrlPath().isValid();
+        return !RequestBase(withParameter(address, key, value)).getUrlPath().isValid();
     } catch (const Poco::RegularExpressionException&) {
         return true;
     }
+}
+
+bool takesTooMuchAlone(const Poco::URI& address, const std::string& key, const std::string& value,
+                       const Poco::JSON::Array& array)
+{
+    const RequestBase request(withParameter(address, key, value));
+    if (!request.hasSearchCriteria())
+        return false;
+    try {
+        Poco::JSON::Array found;
+        Command::QueryFilterJSON::filterJSONArrayByQuery(array, request, found);
+        return false;
+    } catch (const Poco::RegularExpressionException&) {
+        return true;
+    } catch (const Poco::Exception&) {
+        // Something else, which the other parameters have kept it from so far.
+        return false;
+    }
+}
+
+std::string describeParameter(const std::string& key, const std::string& value)
+{
+    return "parameter " + inQuotes(key) + " is " + inQuotes(value);
 }
 
 std::string describeRepetition(const UrlPath::QueryParameters& parameters)
@@ -91,11 +120,20 @@ std::string describeQueryFault(const Poco::URI& uri)
         return "this address takes no query: " + inQuotes(uri.getRawQuery());
     for (const auto& [key, value] : parameters) {
         if (isRefusedAlone(address, key, value))
-            return "parameter " + inQuotes(key) + " is " + inQuotes(value) + ", expected " +
-                   expectedText(key);
+            return describeParameter(key, value) + ", expected " + expectedText(key);
     }
     const std::string repetition = describeRepetition(parameters);
     return repetition.empty() ? "malformed query: " + inQuotes(uri.getRawQuery()) : repetition;
+}
+
+std::string describeSearchFault(const Poco::URI& uri, const Poco::JSON::Array& array)
+{
+    const Poco::URI address = addressOf(uri);
+    for (const auto& [key, value] : uri.getQueryParameters()) {
+        if (takesTooMuchAlone(address, key, value, array))
+            return describeParameter(key, value) + ", expected a pattern that takes less effort to match";
+    }
+    return "a search pattern takes too much effort to match";
 }
 
 } // namespace Zovi::ServiceKit

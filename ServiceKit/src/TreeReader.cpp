@@ -3,6 +3,7 @@
 #include "Command/Query/ExpandParameter.h"
 #include "Command/QueryFilterJSON.h"
 #include "Command/ResponseObject.h"
+#include "QueryFault.h"
 #include "ServiceKit/RequestError.h"
 #include "ServiceKit/Text.h"
 
@@ -110,22 +111,16 @@ Poco::JSON::Object::Ptr render(const Data::XObjectBase& object, const Command::E
     return expansion ? expansion->apply(object) : object.toJSON(0);
 }
 
-/// A pattern may be well-formed and yet ask for more than is granted, which shows only at a value.
-template <typename Evaluation>
-void evaluate(const Evaluation& evaluation)
-{
-    try {
-        evaluation();
-    } catch (const Poco::RegularExpressionException&) {
-        throw RequestError(HTTPStatus::HTTP_BAD_REQUEST, "a search pattern takes too much effort to match");
-    }
-}
-
 HttpResponse answerArray(const RequestBase& request, const Poco::JSON::Array& array)
 {
     Poco::JSON::Array::Ptr page = new Poco::JSON::Array;
     Poco::JSON::Object::Ptr paging;
-    evaluate([&] { QueryFilterJSON::filterJSONArrayByQuery(array, request, *page, paging); });
+    try {
+        QueryFilterJSON::filterJSONArrayByQuery(array, request, *page, paging);
+    } catch (const Poco::RegularExpressionException&) {
+        // A pattern may be well-formed and yet ask for more than is granted, which shows only at a value.
+        throw RequestError(HTTPStatus::HTTP_BAD_REQUEST, describeSearchFault(request.getUri(), array));
+    }
     HttpResponse answer(HTTPStatus::HTTP_OK);
     answer.setDataFromArray(page, paging);
     return answer;
@@ -134,7 +129,7 @@ HttpResponse answerArray(const RequestBase& request, const Poco::JSON::Array& ar
 HttpResponse answerObject(const RequestBase& request, const Poco::JSON::Object& object)
 {
     Poco::JSON::Object::Ptr shaped = new Poco::JSON::Object;
-    evaluate([&] { QueryFilterJSON::filterJSONObjectByQuery(object, request, *shaped); });
+    QueryFilterJSON::filterJSONObjectByQuery(object, request, *shaped);
     return HttpResponse(HTTPStatus::HTTP_OK, Command::ResponseObject(shaped));
 }
 

@@ -1,5 +1,7 @@
 #include "QueryFault.h"
 
+#include "JsonMatchers.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -65,6 +67,22 @@ TEST(QueryFault, ReplacesWhatCannotStandInADocument)
 {
     EXPECT_THAT(faultOf("$limit=%ff%0a"),
                 StartsWith("parameter '$limit' is '\xEF\xBF\xBD\xEF\xBF\xBD', expected"));
+}
+
+TEST(QueryFault, FindsTheSearchThatTakesTooMuchEffort)
+{
+    const auto array = Zovi::Test::parseJson(R"([{"name":")" + std::string(10000, 'a') + R"(","size":null}])")
+                           .extract<Poco::JSON::Array::Ptr>();
+    const auto faultOn = [&array](const std::string& query) {
+        return describeSearchFault(Poco::URI("/shop/basket?" + query), *array);
+    };
+    const std::string expected = ", expected a pattern that takes less effort to match";
+    const std::string hostile = "(?:(a)%7Cb)*%5C1b";
+    EXPECT_EQ(faultOn("$q=" + hostile), "parameter '$q' is '(?:(a)|b)*\\1b'" + expected);
+    // What fails in another way, or is no search, is not at fault here.
+    EXPECT_EQ(faultOn("$sortby=-name&$q=b&size=1&name=" + hostile + "%25"),
+              "parameter 'name' is '(?:(a)|b)*\\1b%'" + expected);
+    EXPECT_EQ(faultOn("name=b&$limit=1"), "a search pattern takes too much effort to match");
 }
 
 } // namespace Zovi::ServiceKit

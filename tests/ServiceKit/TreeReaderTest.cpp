@@ -19,7 +19,9 @@ using Test::makePuppet;
 using Test::makeSampleTree;
 using Test::parseJson;
 using Test::ROOT_ID;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
+using ::testing::StartsWith;
 
 namespace
 {
@@ -226,16 +228,31 @@ TEST(TreeReader, WritesOutTheResourcesOfAServiceWhenItIsAsked)
     }
 }
 
-TEST(TreeReader, RefusesAPatternThatTakesTooMuchEffort)
+TEST(TreeReader, NamesTheSearchThatTakesTooMuchEffort)
 {
     const auto tree =
         makeSampleTree([] { return Data::ElementCollection{makePuppet(std::string(10000, 'a'))}; });
-    try {
-        TreeReader(*tree).read(RequestBase(Poco::URI("/shop/puppet?$q=(?:(a)%7Cb)*%5C1b")));
-        FAIL() << "the pattern was matched";
-    } catch (const RequestError& refusal) {
-        EXPECT_EQ(refusal.status(), HTTPStatus::HTTP_BAD_REQUEST);
-        EXPECT_STREQ(refusal.what(), "a search pattern takes too much effort to match");
+    const std::string pattern = "(?:(a)|b)*\\1b";
+    const std::string encoded = "(?:(a)%7Cb)*%5C1b";
+    const struct {
+        std::string query;
+        std::string parameter;
+    } rows[] = {
+        {"$q=" + encoded, "$q"},
+        {"$q=a%25&name=" + encoded + ",%25", "name"},
+        {"uri=%25&name=" + encoded + ",%25&$q=" + encoded + "&$limit=1", "name"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.query);
+        try {
+            TreeReader(*tree).read(RequestBase(Poco::URI("/shop/puppet?" + row.query)));
+            ADD_FAILURE() << "the pattern was matched";
+        } catch (const RequestError& refusal) {
+            EXPECT_EQ(refusal.status(), HTTPStatus::HTTP_BAD_REQUEST);
+            EXPECT_THAT(refusal.what(), StartsWith("parameter '" + row.parameter + "' is '"));
+            EXPECT_THAT(refusal.what(), HasSubstr(pattern));
+            EXPECT_THAT(refusal.what(), EndsWith("', expected a pattern that takes less effort to match"));
+        }
     }
 }
 
