@@ -47,6 +47,7 @@ using Zovi::Test::LogCapture;
 static_assert(std::has_virtual_destructor_v<RequestBase>);
 static_assert(std::is_copy_constructible_v<RequestBase> && std::is_copy_assignable_v<RequestBase>);
 static_assert(std::is_constructible_v<RequestBase, const Poco::URI&>);
+static_assert(std::is_constructible_v<RequestBase, Poco::URI>);
 static_assert(std::is_constructible_v<RequestBase, const UrlPath&>);
 static_assert(!std::is_default_constructible_v<RequestBase>);
 static_assert(!std::is_constructible_v<RequestBase, const std::string&>);

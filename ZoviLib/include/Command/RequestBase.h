@@ -49,11 +49,9 @@ public:
     using RenderCriteriaMap = QueryCollectionMap<RenderCriterion>;
     using SearchCriteriaMap = QueryCollectionMap<SearchCriterion>;
 
-    /// Copies or takes over `uri`, parses it and walks its query. Throws what `UrlPath` throws on a query
-    /// that cannot be decoded, and `Poco::RegularExpressionException` on a search value that is no valid
-    /// regular expression.
+    /// Copies `uri`, parses it and walks its query. Throws what `UrlPath` throws on a query that cannot be
+    /// decoded, and `Poco::RegularExpressionException` on a search value that is no valid regular expression.
     explicit RequestBase(const Poco::URI& uri);
-    explicit RequestBase(Poco::URI&& uri);
 
     /// Copies `path`, which stays `INVALID` if it is, and walks its query. Throws as above on a search value;
     /// a query that cannot be decoded makes the address `INVALID` here, and is logged as a warning.

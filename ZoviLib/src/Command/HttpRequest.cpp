@@ -7,7 +7,6 @@
 #include <Poco/Net/HTTPRequest.h>
 #include <Poco/Net/NetException.h>
 #include <Poco/StreamCopier.h>
-#include <Poco/URI.h>
 
 #include <array>
 #include <istream>
@@ -94,7 +93,7 @@ HttpRequest::HttpRequest(Poco::Net::HTTPServerRequest& request, Zovi::Net::HTTPE
 }
 
 HttpRequest::HttpRequest(Poco::Net::HTTPServerRequest& request, Zovi::Net::HTTPEncoderDecoder* decoder)
-    : RequestBase(Poco::URI(request.getURI()))
+    : RequestBase(request.getURI())
     , m_type(toRequestType(request.getMethod()))
     , m_httpRequest(request)
 {

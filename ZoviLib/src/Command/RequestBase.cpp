@@ -10,12 +10,7 @@ namespace Zovi::Command
 RequestBase::RequestBase() = default;
 
 RequestBase::RequestBase(const Poco::URI& uri)
-    : RequestBase(Poco::URI(uri))
-{
-}
-
-RequestBase::RequestBase(Poco::URI&& uri)
-    : RequestBase(std::move(uri), UrlPath::QueryParameters())
+    : RequestBase(Poco::URI(uri), UrlPath::QueryParameters())
 {
 }
 
@@ -32,7 +27,7 @@ RequestBase::RequestBase(const UrlPath& path)
 }
 
 RequestBase::RequestBase(const std::string& url)
-    : RequestBase(Poco::URI(url))
+    : RequestBase(Poco::URI(url), UrlPath::QueryParameters())
 {
 }
 
