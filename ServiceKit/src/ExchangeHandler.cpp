@@ -54,8 +54,9 @@ std::unique_ptr<HttpRequest> readRequest(HTTPServerRequest& request, Net::HTTPEn
 {
     try {
         return std::make_unique<HttpRequest>(request, decoder);
-    } catch (const Poco::NotImplementedException& failure) {
-        throw RequestError(HTTPStatus::HTTP_UNSUPPORTED_MEDIA_TYPE, toValidUtf8(failure.message()));
+    } catch (const Poco::NotImplementedException&) {
+        throw RequestError(HTTPStatus::HTTP_UNSUPPORTED_MEDIA_TYPE,
+                           "unknown content coding " + inQuotes(request.get("Content-Encoding", "")));
     } catch (const Net::ContentTooLargeException& failure) {
         throw RequestError(HTTPStatus::HTTP_REQUEST_ENTITY_TOO_LARGE, failure.message());
     } catch (const Poco::TimeoutException&) {

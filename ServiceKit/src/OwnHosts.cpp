@@ -36,19 +36,25 @@ bool isIPv6(const std::string& text)
 }
 
 /// An IPv4 client of a socket that listens on both families has an address with a prefix.
-std::string withoutMapping(const Poco::Net::IPAddress& address)
+std::string withoutMapping(const std::string& address)
 {
     static const std::string PREFIX = "::ffff:";
+    const bool isMapped =
+        address.compare(0, PREFIX.size(), PREFIX) == 0 && address.find('.') != std::string::npos;
+    return isMapped ? address.substr(PREFIX.size()) : address;
+}
+
+/// A link-local address is known on its machine with the interface behind it, which a client does not send.
+std::string comparable(const Poco::Net::IPAddress& address)
+{
     const std::string text = address.toString();
-    const bool isMapped = address.isIPv4Mapped() && text.compare(0, PREFIX.size(), PREFIX) == 0;
-    return isMapped ? text.substr(PREFIX.size()) : text;
+    return withoutMapping(text.substr(0, text.find('%')));
 }
 
 bool isSameAddress(const std::string& host, const Poco::Net::IPAddress& connectedTo)
 {
     Poco::Net::IPAddress address;
-    return Poco::Net::IPAddress::tryParse(host, address) &&
-           withoutMapping(address) == withoutMapping(connectedTo);
+    return Poco::Net::IPAddress::tryParse(host, address) && comparable(address) == comparable(connectedTo);
 }
 
 bool containsIgnoringCase(const std::vector<std::string>& texts, const std::string& text)

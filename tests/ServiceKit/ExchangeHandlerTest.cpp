@@ -493,7 +493,9 @@ TEST(ExchangeHandler, RefusesBodies)
         {post("Transfer-Encoding: chunked\r\nContent-Encoding: gzip\r\n",
               "ff\r\n" + bomb.substr(0, 255) + "\r\n0\r\n\r\n"),
          413, "The body is larger than 100 bytes"},
-        {postWithLength("abc", "Content-Encoding: br\r\n"), 415, "Unknown content coding: br"},
+        {postWithLength("abc", "Content-Encoding: br\r\n"), 415, "unknown content coding 'br'"},
+        {postWithLength("abc", "Content-Encoding: gzip, br\r\n"), 415, "unknown content coding 'gzip, br'"},
+        {postWithLength("abc", "Content-Encoding: \x80\r\n"), 415, "unknown content coding '\xEF\xBF\xBD'"},
         {post("Transfer-Encoding: chunked\r\n", "xyz\r\n"), 400, "damaged body: a chunk has no size"},
     });
     const SampleServer server;

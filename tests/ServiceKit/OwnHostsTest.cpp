@@ -51,6 +51,10 @@ TEST(OwnHosts, KnowsItsNamesAndTheAddressThatTheClientConnectedTo)
         {"0:0::1", "::1", true},
         {"10.0.0.7", "::ffff:10.0.0.7", true},
         {"10.0.0.8", "10.0.0.7", false},
+        // The interface of a link-local address is known at this end only.
+        {"fe80::1", "fe80::1%lo", true},
+        {"fe80::1%lo", "fe80::1", true},
+        {"fe80::2", "fe80::1%lo", false},
         {"127.0.0.1", "10.0.0.7", false},
         {"box.example", "10.0.0.7", false},
         {"localhost.example", "127.0.0.1", false},
