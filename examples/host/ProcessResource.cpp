@@ -138,7 +138,7 @@ Poco::JSON::Object::Ptr ProcessResource::specification() const
             {"residentMemory", "integer", "bytes", "The memory that it occupies."},
             {"cpuTime", "integer", "ms", "The time that it has computed so far, its threads together."},
             {"threads", "integer", "", "Number of its threads."},
-            {"startTime", "integer", "ms", "When it was started, since the Unix epoch."},
+            {"startTime", "time", "ms", "When it was started, since the Unix epoch."},
             {"parent", "reference", "", "The process that it belongs to.", true},
         });
 }

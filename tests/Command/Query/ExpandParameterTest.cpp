@@ -3,6 +3,7 @@
 #include "Data/XObjectBase.h"
 #include "JsonMatchers.h"
 #include "LogCapture.h"
+#include "VirtualSlot.h"
 
 #include <Poco/JSON/Array.h>
 
@@ -24,6 +25,7 @@ using Poco::JSON::Object;
 using Test::compact;
 using Test::LogCapture;
 using Test::parseJson;
+using Test::virtualSlot;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -69,6 +71,14 @@ public:
 };
 
 } // namespace
+
+TEST(ExpandParameter, KeepsItsVirtualFunctionsInOrder)
+{
+    using ToModel = Object::Ptr (ExpandParameter::*)(const Data::XObjectBase&) const;
+    using ToDocument = void (ExpandParameter::*)(Object&) const;
+    EXPECT_EQ(virtualSlot(static_cast<ToModel>(&ExpandParameter::apply)), 0U);
+    EXPECT_EQ(virtualSlot(static_cast<ToDocument>(&ExpandParameter::apply)), 1U);
+}
 
 TEST(LevelExpansion, TakesALevelFromZeroToThree)
 {

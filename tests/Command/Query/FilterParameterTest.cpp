@@ -358,6 +358,16 @@ TEST(FilterParameter, FiltersEachObjectOfAnArray)
     EXPECT_EQ(compact(array), R"([{"a":1},{},4,null,[{"b":5}],{"b":6},"b"])");
 }
 
+TEST(FilterParameter, FiltersTheObjectsBehindWhatIsNone)
+{
+    Array array = *arrayOf(R"([null,1,"b",[2],{"a":3,"b":4}])");
+    array.add(Object::Ptr());
+    array.add(arrayOf(R"([{"a":5,"b":6}])")->getObject(0));
+    FilterParameter("a").applyFilter(array);
+    EXPECT_EQ(compact(array.getObject(4)), R"({"a":3})");
+    EXPECT_EQ(compact(array.getObject(6)), R"({"a":5})");
+}
+
 TEST(FilterParameter, FiltersAnEmptyArray)
 {
     Array array;

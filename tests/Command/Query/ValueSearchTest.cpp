@@ -7,6 +7,7 @@
 #include "LogCapture.h"
 #include "PlainPattern.h"
 #include "RandomSource.h"
+#include "VirtualSlot.h"
 
 #include <Poco/Exception.h>
 #include <Poco/JSON/Array.h>
@@ -44,6 +45,7 @@ using Test::LogCapture;
 using Test::parseJson;
 using Test::PlainPattern;
 using Test::RandomSource;
+using Test::virtualSlot;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -291,6 +293,14 @@ TEST(AbstractValueSearch, AsksForValuesAtDepthZero)
     EXPECT_TRUE(search.match(Var("b")));
     EXPECT_TRUE(search.match(Text("b")));
     EXPECT_THAT(search.calls, ElementsAre("Var 0", "AttributeValueBase 0"));
+}
+
+TEST(AbstractValueSearch, KeepsItsVirtualFunctionsInOrder)
+{
+    using OfVar = bool (AnyValueSearch::*)(const Var&, int) const;
+    using OfModel = bool (AnyValueSearch::*)(const AttributeValueBase&, int) const;
+    EXPECT_EQ(virtualSlot(static_cast<OfVar>(&OpenAnyValueSearch::matchImpl)), 0U);
+    EXPECT_EQ(virtualSlot(static_cast<OfModel>(&OpenAnyValueSearch::matchImpl)), 1U);
 }
 
 TEST(AbstractValueSearch, CompilesOneValueOrAList)
@@ -599,6 +609,26 @@ TEST(AnyValueSearch, ComparesScalarsAsText)
     }
 }
 
+/// In a text a NUL byte is a byte like any other; only in a pattern it ends what is looked at.
+TEST(ValueSearch, TakesTextsWithANulByteWhole)
+{
+    const Var text(std::string("a\0b", 3));
+    const std::string same("a\0b", 3);
+    for (const std::string list : {"a", "b", "[a]"}) {
+        EXPECT_FALSE(anyMatches(list, text)) << list;
+        EXPECT_FALSE(attributeMatches(list, text)) << list;
+    }
+    for (const std::string list : {"a%b", "a%", "%b%", "[a]%b"}) {
+        EXPECT_TRUE(anyMatches(list, text)) << list;
+        EXPECT_TRUE(attributeMatches(list, text)) << list;
+    }
+    EXPECT_TRUE(anyMatches("a.b", text));
+    EXPECT_TRUE(attributeMatches(same, text));
+    EXPECT_FALSE(attributeMatches(same, Var("a")));
+    EXPECT_FALSE(anyMatches(same, text));
+    EXPECT_TRUE(anyMatches(same, Var("a")));
+}
+
 TEST(AnyValueSearch, LooksIntoObjectsAndArraysOneLevelDeep)
 {
     struct Row {
@@ -845,6 +875,7 @@ TEST(AnyValueSearch, LogsAndThrowsOnModelValuesThatDoNotGiveWhatTheyPromise)
     const std::string array = "Unable to retrieve elements of array attribute";
     const std::string reference = "Attribute value can not be converted to XObjectBase";
     const Impostor noArray(true, false);
+    const Impostor neither(true, true);
     const Impostor noReference(false, true);
     const Reference nowhere(nullptr);
     const MixedArray holder({&nowhere});
@@ -852,8 +883,8 @@ TEST(AnyValueSearch, LogsAndThrowsOnModelValuesThatDoNotGiveWhatTheyPromise)
         const AttributeValueBase& value;
         std::string text;
     };
-    for (const Row& row : {Row{noArray, array}, Row{noReference, reference}, Row{nowhere, reference},
-                           Row{holder, reference}}) {
+    for (const Row& row : {Row{noArray, array}, Row{neither, array}, Row{noReference, reference},
+                           Row{nowhere, reference}, Row{holder, reference}}) {
         LogCapture log;
         try {
             AnyValueSearch("%").match(row.value);
@@ -895,16 +926,18 @@ TEST(AttributeValueSearch, LogsAndThrowsOnModelValuesThatDoNotGiveWhatTheyPromis
 {
     const std::string reference = "Attribute value can not be converted to XObjectBase";
     const Impostor noArray(true, false);
+    const Impostor neither(true, true);
     const Impostor noReference(false, true);
     const Reference nowhere(nullptr);
+    const std::string array = "Attribute arrays need to implement Data::AttributeValueArrayBase interface";
     struct Row {
         const AttributeValueBase& value;
         std::string logged;
         std::string thrown;
     };
     const Row rows[] = {
-        {noArray, "Attribute arrays need to implement Data::AttributeValueArrayBase interface",
-         "Attribute array needs to implement data::AttributeValueArrayBase interface"},
+        {noArray, array, "Attribute array needs to implement data::AttributeValueArrayBase interface"},
+        {neither, array, "Attribute array needs to implement data::AttributeValueArrayBase interface"},
         {noReference, reference, reference},
         {nowhere, reference, reference},
     };
