@@ -29,7 +29,8 @@ endif()
 
 # kyr_add_shared_library(<target> <alias> SOURCES <file>...)
 #
-# A shared library of this project: hidden symbols, a SOVERSION, and its include folder for its users.
+# A shared library of this project: hidden symbols but for those that its file "exports.map" names too, a SOVERSION,
+# and its include folder for its users.
 function(kyr_add_shared_library target alias)
   cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "SOURCES")
   add_library(${target} SHARED ${arg_SOURCES})
@@ -38,7 +39,10 @@ function(kyr_add_shared_library target alias)
     "$<BUILD_INTERFACE:${CMAKE_CURRENT_SOURCE_DIR}/include>")
   target_compile_features(${target} PUBLIC cxx_std_17)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:KYRCompilerOptions>)
+  target_link_options(${target} PRIVATE
+    "LINKER:--version-script=${CMAKE_CURRENT_SOURCE_DIR}/exports.map")
   set_target_properties(${target} PROPERTIES
+    LINK_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/exports.map"
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
     CXX_EXTENSIONS OFF
