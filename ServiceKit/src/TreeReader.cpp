@@ -24,17 +24,19 @@ using Command::QueryFilterJSON;
 using Command::RequestBase;
 using Command::UrlPath;
 
+/// An object that has a member "data" would be taken for a document of which only that is meant.
+HttpResponse answerWhole(const Poco::JSON::Object::Ptr& data)
+{
+    Poco::JSON::Object::Ptr document = new Poco::JSON::Object;
+    document->set(Command::ResponseObject::FIELD_DATA, data);
+    return HttpResponse(HTTPStatus::HTTP_OK, Command::ResponseObject(document));
+}
+
 HttpResponse answerId(const Reference& reference)
 {
     Poco::JSON::Object::Ptr object = new Poco::JSON::Object;
     object->set("id", reference.id.toString());
-    return HttpResponse(HTTPStatus::HTTP_OK, Command::ResponseObject(object));
-}
-
-/// A specification is what it is: it takes no query, and is the data as a whole.
-HttpResponse answerSpecification(const Poco::JSON::Object::Ptr& specification)
-{
-    return HttpResponse(HTTPStatus::HTTP_OK, Command::ResponseObject(specification));
+    return answerWhole(object);
 }
 
 Poco::JSON::Array::Ptr references(const ServiceTree& tree)
@@ -130,7 +132,7 @@ HttpResponse answerObject(const RequestBase& request, const Poco::JSON::Object& 
 {
     Poco::JSON::Object::Ptr shaped = new Poco::JSON::Object;
     QueryFilterJSON::filterJSONObjectByQuery(object, request, *shaped);
-    return HttpResponse(HTTPStatus::HTTP_OK, Command::ResponseObject(shaped));
+    return answerWhole(shaped);
 }
 
 } // namespace
@@ -167,7 +169,7 @@ HttpResponse TreeReader::readService(const RequestBase& request) const
     case UrlPath::SERVICE_ID:
         return answerId(service.reference());
     case UrlPath::SERVICE_SPEC:
-        return answerSpecification(specification(service));
+        return answerWhole(specification(service));
     default:
         return answerObject(request, *accessRights(service));
     }
@@ -183,7 +185,7 @@ HttpResponse TreeReader::readResource(const RequestBase& request) const
     case UrlPath::SERVICE_RESOURCE_ID:
         return answerId(resource.reference());
     case UrlPath::SERVICE_RESOURCE_SPEC:
-        return answerSpecification(resource.specification());
+        return answerWhole(resource.specification());
     default:
         return answerElementOf(resource, request);
     }

@@ -228,6 +228,37 @@ TEST(TreeReader, WritesOutTheResourcesOfAServiceWhenItIsAsked)
     }
 }
 
+TEST(TreeReader, KeepsAnAttributeThatIsCalledData)
+{
+    Poco::SharedPtr<Data::ElementGeneric> disk = makePuppet("disk");
+    disk->setValue<Data::AttributeValueInteger>("data", 7);
+    const Poco::JSON::Object::Ptr data =
+        answerElement(RequestBase(Poco::URI("/shop/puppet")), *disk).getJson()->getObject("data");
+    ASSERT_TRUE(data);
+    EXPECT_EQ(data->getValue<int>("data"), 7);
+    EXPECT_EQ(data->getValue<std::string>("name"), "disk");
+}
+
+TEST(TreeReader, PassesOnWhatAnEmptyValueThrows)
+{
+    const auto tree = makeSampleTree([] {
+        Poco::SharedPtr<Data::ElementGeneric> ann = makePuppet("ann");
+        Poco::SharedPtr<Data::ElementGeneric> bob = makePuppet("bob");
+        ann->setValue<Liking>("likes", nullptr);
+        bob->setValue<Liking>("likes", nullptr);
+        return Data::ElementCollection{ann, bob};
+    });
+    const auto read = [&tree](const std::string& query) {
+        return TreeReader(*tree).read(RequestBase(Poco::URI("/shop/puppet" + query)));
+    };
+    EXPECT_THAT(compact(read("?$fields=likes").getJson()), HasSubstr(R"("likes":null)"));
+    // The id, which comes first, decides.
+    EXPECT_EQ(read("?$q=aaaa%25").getJson()->getArray("data")->size(), 2U);
+    EXPECT_THROW(read("?$q=x"), Poco::InvalidAccessException);
+    EXPECT_THROW(read("?likes=x"), Poco::InvalidAccessException);
+    EXPECT_THROW(read("?$sortby=likes"), Poco::InvalidAccessException);
+}
+
 TEST(TreeReader, NamesTheSearchThatTakesTooMuchEffort)
 {
     const auto tree =

@@ -71,6 +71,9 @@ public:
     virtual Poco::JSON::Object::Ptr specification() const = 0;
 
     /// All elements, none of them null; each has at least the three attributes of a reference.
+    ///
+    /// An attribute that has nothing to say is left unset. One that renders as an empty value, as a reference
+    /// to nobody does, makes a search or a sort that comes upon it fail, which is answered by status 500.
     virtual Data::ElementCollection elements() const = 0;
 
     /// The element whose "id" is `id`, a null pointer if there is none.
