@@ -198,7 +198,20 @@ UrlPath checkAddress(const HTTPServerRequest& request, const ExchangeOptions& op
     if (!path.isValid())
         refuse(HTTPStatus::HTTP_NOT_FOUND,
                "not an address of a service, resource or element: " + inQuotes(path.getUri().getPath()));
+    checkQuerySize(path, options.maxQueryEntries);
     return path;
+}
+
+void checkQuerySize(const UrlPath& path, std::size_t maxEntries)
+{
+    std::size_t sum = 0;
+    for (const auto& [key, value] : path.getQueryParameters()) {
+        sum += 1 + static_cast<std::size_t>(std::count(value.begin(), value.end(), ','));
+        if (sum > maxEntries)
+            refuse(HTTPStatus::HTTP_BAD_REQUEST,
+                   "parameter " + inQuotes(key) + " is too long or one too many: a query may have " +
+                       std::to_string(maxEntries) + " parameters and entries of their lists at most");
+    }
 }
 
 } // namespace Zovi::ServiceKit

@@ -5,6 +5,8 @@
 
 #include <Poco/Net/HTTPServerRequest.h>
 
+#include <cstddef>
+
 namespace Zovi::ServiceKit
 {
 
@@ -25,7 +27,10 @@ void checkOrigin(const Poco::Net::HTTPServerRequest& request, const ExchangeOpti
 /// The end of the body is known beforehand, and is not too far away.
 void checkBodyLength(const Poco::Net::HTTPServerRequest& request, const ExchangeOptions& options);
 
-/// The address of the request. Throws also if it is malformed or too long.
+/// The address of the request. Throws also if it is malformed or too long, or its query too large.
 Command::UrlPath checkAddress(const Poco::Net::HTTPServerRequest& request, const ExchangeOptions& options);
+
+/// The query of `path` has no more parameters and entries of their lists than `maxEntries`.
+void checkQuerySize(const Command::UrlPath& path, std::size_t maxEntries);
 
 } // namespace Zovi::ServiceKit

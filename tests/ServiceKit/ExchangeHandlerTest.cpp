@@ -45,6 +45,7 @@ ServerOptions smallOptions()
 {
     ServerOptions options;
     options.exchange.maxUrlLength = 200;
+    options.exchange.maxQueryEntries = 5;
     options.exchange.maxBodyLength = 100;
     options.exchange.hostNames = {"fruit.example"};
     options.exchange.origins = {"https://panel.example"};
@@ -458,6 +459,21 @@ TEST(ExchangeHandler, RefusesAddressesAndQueries)
         {"GET /" + std::string(200, 'a') + " HTTP/1.1\r\n" + HOST + "\r\n", 414,
          "a URL may have 200 bytes at most"},
     });
+}
+
+TEST(ExchangeHandler, RefusesAQueryOfTooManyEntries)
+{
+    const std::string rest =
+        " is too long or one too many: a query may have 5 parameters and entries of their lists at most";
+    expectRefusals({
+        {get("/shop/basket?$sortby=a,b,c,d,e,f"), 400, "parameter '$sortby'" + rest},
+        {get("/shop/basket?$fields=a,b&$sortby=a,b%2Cc,d"), 400, "parameter '$sortby'" + rest},
+        {get("/shop/basket?a=1&b=2&c=3&d=4&e=5&f=6"), 400, "parameter 'f'" + rest},
+        {get("/shop/basket?$fields=items($offset:0,$limit:1),a,b,c,d"), 400, "parameter '$fields'" + rest},
+    });
+    const SampleServer server;
+    EXPECT_EQ(server.ask(get("/shop/basket?$sortby=a,b,c,d,e")).status, 200);
+    EXPECT_EQ(server.ask(get("/shop/basket?a=1&b=2&c=3&d=4,5")).status, 200);
 }
 
 TEST(ExchangeHandler, RefusesHeadsThatTwoReadersMayTakeForDifferentMessages)

@@ -22,6 +22,10 @@ struct ExchangeOptions {
     /// Longest URL of a request in bytes; a longer one is refused with 414.
     std::size_t maxUrlLength = 8 * 1024;
 
+    /// Most parameters of a query and entries of their lists, counted together: `$sortby=a,b` counts two. A
+    /// query with more is refused with 400, since each of them costs work on every element.
+    std::size_t maxQueryEntries = 100;
+
     /// Longest body in bytes, as it comes and after its content coding is undone; a longer one is refused
     /// with 413.
     std::uint64_t maxBodyLength = 1024 * 1024;
