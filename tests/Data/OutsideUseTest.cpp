@@ -166,6 +166,18 @@ private:
     const XObjectBase* m_object;
 };
 
+/// Refers by something that has a JSON form of its own, and renders the level that it is given.
+class MoneyReference : public AttributeValue<Money, AttributeValueObjectBase>
+{
+public:
+    MoneyReference(const Money& money)
+        : AttributeValue(money)
+    {
+    }
+    const XObjectBase* getReferencedObject() const override { return nullptr; }
+    Poco::Dynamic::Var toJSON(int level) const override { return level; }
+};
+
 /// What a weak pointer refers to; it has neither an order nor a JSON form.
 class WeakReference : public AttributeValue<std::weak_ptr<XObjectBase>, AttributeValueObjectBase>
 {
@@ -443,6 +455,17 @@ TEST(OutsideUse, HoldsAnArrayOfReferences)
     const Attribute<References> attribute(INVALID_XOBJ_ID, "children", references);
     EXPECT_TRUE(attribute.isXObjReference());
     EXPECT_TRUE(attribute.isArray());
+}
+
+TEST(OutsideUse, LeavesReferencesInAnArrayToThemselvesWhateverTheyHold)
+{
+    const AttributeValueArray<MoneyReference> references{MoneyReference(Money{150})};
+    for (int level : {-1, 2}) {
+        SCOPED_TRACE(level);
+        EXPECT_EQ(compact(references.toJSON(level).extract<Poco::JSON::Array::Ptr>()),
+                  "[" + std::to_string(level) + "]");
+    }
+    EXPECT_EQ(Zovi::Data::Util::toJson(MoneyReference(Money{150}), 3).extract<int>(), 3);
 }
 
 TEST(OutsideUse, RefersByAPointerWithoutAnOrder)

@@ -10,6 +10,7 @@
 #include <limits>
 #include <list>
 #include <set>
+#include <string_view>
 #include <type_traits>
 
 namespace Zovi::Data::Util
@@ -53,6 +54,8 @@ TEST(ToJson, WritesTextsUuidsAndUrisAsStrings)
 {
     EXPECT_EQ(toJson(std::string("a"), 0).extract<std::string>(), "a");
     EXPECT_EQ(toJson("a", 0).extract<std::string>(), "a");
+    EXPECT_EQ(toJson(std::string_view("abc", 2), 0).extract<std::string>(), "ab");
+    EXPECT_EQ(arrayText(std::vector<std::string_view>{"b", "a"}), R"(["b","a"])");
     const std::string uuid = "11111111-2222-3333-4444-555555555555";
     EXPECT_EQ(toJson(Poco::UUID(uuid), 0).extract<std::string>(), uuid);
     EXPECT_EQ(toJson(Poco::URI("http://host/a?b=c"), 0).extract<std::string>(), "http://host/a?b=c");

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <iterator>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -62,13 +63,17 @@ inline constexpr bool isValueClass = std::is_base_of_v<AttributeValueBase, T>;
 template <typename T>
 inline constexpr bool isGeneric = std::is_same_v<T, Poco::Dynamic::Var>;
 
+template <typename T>
+inline constexpr bool isTextView = std::is_same_v<T, std::string_view>;
+
 // Texts have begin and end too, but are one value.
 template <typename T>
-inline constexpr bool isRange = HasBeginAndEnd<T>::value && !std::is_convertible_v<const T&, std::string>;
+inline constexpr bool isRange =
+    HasBeginAndEnd<T>::value && !isTextView<T> && !std::is_convertible_v<const T&, std::string>;
 
 template <typename T>
-inline constexpr bool isRendered =
-    HasOwnToJson<T>::value || isValueClass<T> || isGeneric<T> || std::is_arithmetic_v<T> || isRange<T>;
+inline constexpr bool isRendered = isValueClass<T> || HasOwnToJson<T>::value || isGeneric<T> ||
+                                   isTextView<T> || std::is_arithmetic_v<T> || isRange<T>;
 
 } // namespace Detail
 
@@ -84,13 +89,14 @@ KYRZOVI_API Poco::Dynamic::Var toJson(const Poco::URI& value, int expandLvl);
 
 /// All other values, by their type:
 ///
-/// - a type for which a function `toJson(const T&, int)` stands in its own namespace: what that gives.
-///   This is how a service adds its own types; the function must be declared before the type's first use;
 /// - a reference value, and a value class that has no `get()`: its own `toJSON`;
 /// - any other value class: `toJson` of the held value;
+/// - a type for which a function `toJson(const T&, int)` stands in its own namespace: what that gives. This
+///   is how a service adds its own types; the function must be declared before the type's first use here;
 /// - a `Poco::Dynamic::Var`: itself;
-/// - a number: signed integers as 64 bits signed, unsigned ones as 64 bits unsigned, `bool` and `double`
-///   as such;
+/// - a `std::string_view`: a string;
+/// - a number: signed integers as 64 bits signed, unsigned ones as 64 bits unsigned, `bool` and `double` as
+///   such;
 /// - any range, including arrays and initialiser lists: a new `Poco::JSON::Array`, held by pointer, of
 ///   `toJson` of each element in order.
 template <typename T, std::enable_if_t<Detail::isRendered<T>, int> = 0>
@@ -142,12 +148,15 @@ Poco::Dynamic::Var rangeToJson(const R& range, int expandLvl)
 template <typename T, std::enable_if_t<Detail::isRendered<T>, int>>
 Poco::Dynamic::Var toJson(const T& value, int expandLvl)
 {
-    if constexpr (Detail::HasOwnToJson<T>::value)
-        return Detail::callOwnToJson(value, expandLvl);
-    else if constexpr (Detail::isValueClass<T>)
+    // Value classes come first: one converts to what it holds, so that a function for that would be found.
+    if constexpr (Detail::isValueClass<T>)
         return Detail::valueToJson(value, expandLvl);
+    else if constexpr (Detail::HasOwnToJson<T>::value)
+        return Detail::callOwnToJson(value, expandLvl);
     else if constexpr (Detail::isGeneric<T>)
         return value;
+    else if constexpr (Detail::isTextView<T>)
+        return std::string(value);
     else if constexpr (std::is_arithmetic_v<T>)
         return Detail::numberToJson(value);
     else
