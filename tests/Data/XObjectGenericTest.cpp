@@ -104,6 +104,10 @@ TEST(XObjectGeneric, PassesOnWhatUuidAndUriRefuse)
     EXPECT_THROW(XObjectGeneric("a", std::string("no uuid"), std::string(), NONE), Poco::SyntaxException);
     EXPECT_THROW(XObjectGeneric("a", UUID_TEXT, "http://host:port/" + UUID_TEXT, NONE),
                  Poco::SyntaxException);
+    // The UUID is read first.
+    EXPECT_EQ(
+        thrown<Poco::SyntaxException>([] { XObjectGeneric("a", "no uuid", "http://host:port/", NONE); }),
+        thrown<Poco::SyntaxException>([] { Poco::UUID("no uuid"); }));
     XObjectGeneric object(NONE);
     EXPECT_THROW(object.setId(std::string("no uuid")), Poco::SyntaxException);
     EXPECT_THROW(object.setUri(std::string("http://host:port/")), Poco::SyntaxException);

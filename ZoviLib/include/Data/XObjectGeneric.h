@@ -66,9 +66,10 @@ public:
         setName(name);
     }
 
-    /// The same from texts; throws what `Poco::UUID` and `Poco::URI` throw on them.
+    /// The same from texts; throws what `Poco::UUID` and `Poco::URI` throw on them, in this order.
     GenericObject(const std::string& name, const std::string& uuid, const std::string& uri, XObjectId id)
-        : GenericObject(name, Poco::UUID(uuid), Poco::URI(uri), id)
+        // In braces the arguments are made from left to right, by every compiler.
+        : GenericObject{name, Poco::UUID(uuid), Poco::URI(uri), id}
     {
     }
 
