@@ -78,9 +78,17 @@ MicroServiceInfo::MicroServiceInfo(const MicroServiceInfo& other) = default;
 // NOLINTNEXTLINE(performance-noexcept-move-constructor): taking over the number may fail
 MicroServiceInfo::MicroServiceInfo(MicroServiceInfo&& other) = default;
 MicroServiceInfo& MicroServiceInfo::operator=(const MicroServiceInfo& other) = default;
-// NOLINTNEXTLINE(performance-noexcept-move-constructor): taking over the number may fail
-MicroServiceInfo& MicroServiceInfo::operator=(MicroServiceInfo&& other) = default;
 MicroServiceInfo::~MicroServiceInfo() = default;
+
+// NOLINTNEXTLINE(performance-noexcept-move-constructor): taking over the number may fail
+MicroServiceInfo& MicroServiceInfo::operator=(MicroServiceInfo&& other)
+{
+    GenericObject::operator=(std::move(other));
+    // A text that was built stays, also when the object is moved onto itself.
+    if (this != &other)
+        m_specification = std::move(other.m_specification);
+    return *this;
+}
 
 MicroServiceInfo* MicroServiceInfo::FromJson(const Poco::JSON::Object::Ptr& json)
 {

@@ -49,6 +49,32 @@ public:
     Data::XObjectId owner() const { return m_attrContainer.parent(); }
 };
 
+/// Answers by itself what others keep as attributes.
+class Renamed : public OpenInfo
+{
+public:
+    std::string getName() const override { return "derived"; }
+    std::string getDescription() const override { return "in words"; }
+};
+
+/// Throws what is no exception of the standard's when it is copied, once that is switched on.
+struct Unreadable {
+    explicit Unreadable(const bool& isOn)
+        : m_isOn(&isOn)
+    {
+    }
+    Unreadable(const Unreadable& other)
+        : m_isOn(other.m_isOn)
+    {
+        if (*m_isOn)
+            throw 42;
+    }
+    Unreadable& operator=(const Unreadable&) = delete;
+
+private:
+    const bool* m_isOn;
+};
+
 MicroServiceInfo sample()
 {
     return MicroServiceInfo(Poco::UUID(UUID_TEXT), Poco::URI("/" + UUID_TEXT), "a", 8080, "b");
@@ -232,6 +258,33 @@ TEST(MicroServiceInfo, BuildsItsSpecificationWithoutADescriptionButNotWithoutANa
     EXPECT_EQ(invalidAccess([&] { info.getSpecification(); }), "Attribute name is not set");
     info.setName("a");
     EXPECT_EQ(info.getSpecification(), R"({"name": a",description": ",resources": {}})");
+}
+
+TEST(MicroServiceInfo, BuildsItsSpecificationFromWhatDerivedClassesAnswer)
+{
+    const Renamed info;
+    EXPECT_EQ(info.getSpecification(), R"({"name": derived",description": in words",resources": {}})");
+}
+
+TEST(MicroServiceInfo, KeepsItsSpecificationWhenMovedOrAssigned)
+{
+    // Long enough not to be kept inside the string object.
+    MicroServiceInfo source(Poco::UUID(UUID_TEXT), Poco::URI(), "a", 1, std::string(100, 'b'));
+    const std::string text = source.getSpecification();
+    source.setName("changed");
+    MicroServiceInfo assigned = sample();
+    assigned = source;
+    EXPECT_EQ(assigned.getSpecification(), text);
+    MicroServiceInfo moved(std::move(source));
+    EXPECT_EQ(moved.getSpecification(), text);
+    MicroServiceInfo target = sample();
+    target = std::move(moved);
+    EXPECT_EQ(target.getSpecification(), text);
+    MicroServiceInfo& self = target;
+    target = self;
+    EXPECT_EQ(target.getSpecification(), text);
+    target = std::move(self);
+    EXPECT_EQ(target.getSpecification(), text);
 }
 
 TEST(MicroServiceInfo, DescribesAnotherService)
@@ -426,6 +479,17 @@ TEST(MicroServiceInfo, GivesNothingForJsonItCannotReadAndLogsWhy)
             ElementsAre(std::string("Error: Invalid JSON object for MicroServiceInfo - ") + row.reason));
         EXPECT_EQ(log.records()[0].priority, Poco::Message::PRIO_ERROR);
     }
+}
+
+TEST(MicroServiceInfo, LetsThroughWhatIsNoStandardException)
+{
+    Poco::JSON::Object::Ptr json = object(required());
+    bool isOn = false;
+    json->set("name", Unreadable(isOn));
+    isOn = true;
+    const LogCapture log;
+    EXPECT_THROW(MicroServiceInfo::FromJson(json), int);
+    EXPECT_THAT(log.texts(), IsEmpty());
 }
 
 TEST(MicroServiceInfo, KeepsWhatItReadBeforeAFailure)
