@@ -5,6 +5,9 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
+#include <future>
+#include <memory>
 #include <type_traits>
 
 namespace Zovi::Data
@@ -169,7 +172,10 @@ TEST_F(XObjectBaseNumber, IsGivenUpAndCopiedByAssignment)
     EXPECT_EQ(target.id(), 5);
     EXPECT_EQ(source.id(), 5);
     EXPECT_THAT(Numbered::known(), ElementsAre(5));
-    EXPECT_THAT(m_log.texts(), IsEmpty());
+    Numbered another(8);
+    another = source;
+    EXPECT_EQ(Numbered::known().count(5), 2U);
+    EXPECT_THAT(m_log.texts(), IsEmpty()) << "though the number was recorded already";
 }
 
 TEST_F(XObjectBaseNumber, IsLostWhenAssignedToItself)
@@ -272,6 +278,33 @@ TEST_F(XObjectBaseNumber, IsSelectedAnewOnlyOnceItIsRecorded)
     Numbered::known().insert({1, 2, 4});
     EXPECT_EQ(Numbered::selectNextId(), 3);
     EXPECT_THAT(Numbered::known(), UnorderedElementsAre(1, 2, 4));
+}
+
+TEST_F(XObjectBaseNumber, IsSelectedAndGivenUpOnSeveralThreads)
+{
+    // None of these is ever the next number, so that the order of the tests does not matter.
+    const std::size_t objectsOfAThread = 500;
+    std::array<std::vector<std::unique_ptr<Numbered>>, 4> objects;
+    XObjectId number = 1000000;
+    for (auto& ofAThread : objects) {
+        while (ofAThread.size() < objectsOfAThread) {
+            Numbered::known().insert(++number);
+            ofAThread.push_back(std::make_unique<Numbered>(number));
+        }
+    }
+    ASSERT_EQ(Numbered::known().size(), objects.size() * objectsOfAThread);
+    std::vector<std::future<void>> threads;
+    for (auto& ofAThread : objects) {
+        threads.push_back(std::async(std::launch::async, [&ofAThread] {
+            for (auto& object : ofAThread) {
+                EXPECT_NE(Numbered::selectNextId(), object->id());
+                object.reset();
+            }
+        }));
+    }
+    for (auto& thread : threads)
+        thread.get();
+    EXPECT_THAT(Numbered::known(), IsEmpty());
 }
 
 TEST(XObjectBaseOrder, GoesByNameAndThenByUuid)

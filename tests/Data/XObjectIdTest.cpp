@@ -25,6 +25,19 @@ TEST(XObjectId, RunsThroughAllNumbersButTheInvalidOne)
     EXPECT_EQ(Detail::nextXObjectId(Limits::max() - 1), Limits::max());
 }
 
+TEST(XObjectId, HasALimitOnWhatIsRecorded)
+{
+    const std::size_t limit = 9223372036854775807U;
+    EXPECT_NO_THROW(Detail::checkXObjectIdsLeft(0));
+    EXPECT_NO_THROW(Detail::checkXObjectIdsLeft(limit - 1));
+    try {
+        Detail::checkXObjectIdsLeft(limit);
+        FAIL() << "nothing thrown";
+    } catch (const Poco::PoolOverflowException& error) {
+        EXPECT_EQ(error.message(), "XObject-ID limit reached");
+    }
+}
+
 } // namespace
 
 } // namespace Zovi::Data

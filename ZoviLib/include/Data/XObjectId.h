@@ -1,5 +1,8 @@
 #pragma once
 
+#include <Poco/Exception.h>
+
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 
@@ -23,6 +26,13 @@ constexpr XObjectId nextXObjectId(XObjectId id)
     using Limits = std::numeric_limits<XObjectId>;
     const XObjectId next = id == Limits::max() ? Limits::min() : id + 1;
     return next == INVALID_XOBJ_ID ? 0 : next;
+}
+
+/// Throws `Poco::PoolOverflowException` if `recorded` numbers are more than can be searched for a free one.
+inline void checkXObjectIdsLeft(std::size_t recorded)
+{
+    if (recorded == static_cast<std::size_t>(std::numeric_limits<XObjectId>::max()))
+        throw Poco::PoolOverflowException("XObject-ID limit reached");
 }
 
 } // namespace Detail

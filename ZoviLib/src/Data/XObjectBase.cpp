@@ -2,10 +2,6 @@
 
 #include "Logging/LogStream.h"
 
-#include <Poco/Exception.h>
-
-#include <limits>
-
 namespace Zovi::Data
 {
 
@@ -106,8 +102,7 @@ XObjectId XObjectBase::selectNextId()
 {
     static XObjectId lastId = 0;
     const std::lock_guard<std::mutex> lock(m_mtxKnownIds);
-    if (m_knownIds.size() == static_cast<std::size_t>(std::numeric_limits<std::int64_t>::max()))
-        throw Poco::PoolOverflowException("XObject-ID limit reached");
+    Detail::checkXObjectIdsLeft(m_knownIds.size());
     XObjectId candidate = lastId;
     while (m_knownIds.count(candidate) != 0)
         candidate = Detail::nextXObjectId(candidate);
