@@ -35,11 +35,29 @@ static_assert(std::is_same_v<AttributeMap, std::map<std::string, AttributeBase::
 
 const std::string UUID_TEXT = "11111111-2222-3333-4444-555555555555";
 
+/// Holds a text in another layer than `Text` does.
+class PlainText : public AttributeValue<std::string, AttributeValueBase>
+{
+public:
+    PlainText(const std::string& text)
+        : AttributeValue(text)
+    {
+    }
+};
+
 /// Renders the level that it was given.
 class LevelValue : public Integer
 {
 public:
     using Integer::Integer;
+    Poco::Dynamic::Var toJSON(int level) const override { return level; }
+};
+
+/// The same as a text.
+class LevelText : public Text
+{
+public:
+    using Text::Text;
     Poco::Dynamic::Var toJSON(int level) const override { return level; }
 };
 
@@ -141,6 +159,19 @@ TEST(AttributeContainer, RefusesTwoNullEntriesInARow)
     AttributeMap map{{"a", kept}, {"b", nullptr}, {"c", nullptr}};
     EXPECT_THROW(AttributeContainer(9, std::move(map)), Poco::NullPointerException);
     EXPECT_EQ(kept.referenceCount(), 1) << "the entries are gone with the container";
+}
+
+TEST(AttributeContainer, RefusesAnEmptyAttributeOfAnotherOwner)
+{
+    LogCapture log;
+    EXPECT_EQ(thrown<Poco::InvalidAccessException>([] {
+                  AttributeContainer(9, AttributeMap{{"key", emptyText(5, "port")}});
+              }),
+              "attribute port is not set");
+    EXPECT_THAT(log.texts(), ElementsAre(HasSubstr("'port' of an unrelated XObject")));
+
+    const AttributeContainer container(9, AttributeMap{{"key", emptyText(9, "port")}});
+    EXPECT_TRUE(container.contains("key")) << "an empty one of its own is none of the copy's business";
 }
 
 TEST(AttributeContainer, SharesItsAttributesWithAPlainCopy)
@@ -287,6 +318,20 @@ TEST(AttributeContainer, WritesIntoTheAttributeThatIsThere)
     EXPECT_EQ(container.getValue<Text>("a").get(), "2");
 }
 
+TEST(AttributeContainer, TakesAValueOfTheSameTypeByItsLayer)
+{
+    AttributeContainer container(9);
+    container.setValue("number", Integer(1));
+    container.setValue("text", Text("1"));
+    LogCapture log;
+    EXPECT_TRUE(container.setAttribute(Attribute<LevelValue>(9, "number", 2))) << "another class, same layer";
+    EXPECT_EQ(container.getValue<Integer>("number").get(), 2);
+    EXPECT_TRUE(container.setAttribute(Attribute<PlainText>(9, "text", "2")))
+        << "though the layer refuses it";
+    EXPECT_EQ(container.getValue<Text>("text").get(), "1");
+    EXPECT_THAT(log.texts(), IsEmpty());
+}
+
 TEST(AttributeContainer, RefusesAnotherValueTypeUnderAName)
 {
     struct Row {
@@ -360,10 +405,12 @@ TEST(AttributeContainer, CopiesFromAPointerThatItCannotTakeOver)
     EXPECT_EQ(container.getAttribute("a").get(), stored.get());
     EXPECT_EQ(container.getValue<Text>("a").get(), "2");
 
-    AttributeBase::Ptr empty = emptyText(9, "a");
-    EXPECT_TRUE(container.setAttribute(std::move(empty)));
-    EXPECT_THAT(empty.get(), IsNull());
-    EXPECT_FALSE(container.contains("a"));
+    for (const char* name : {"a", "absent"}) {
+        AttributeBase::Ptr empty = emptyText(9, name);
+        EXPECT_TRUE(container.setAttribute(std::move(empty)));
+        EXPECT_THAT(empty.get(), IsNull());
+        EXPECT_FALSE(container.contains(name));
+    }
 }
 
 TEST(AttributeContainer, FillsANullEntryByACopyOfWhatAPointerHolds)
@@ -482,8 +529,31 @@ TEST(AttributeContainer, CannotRenderAnIdentityThatIsNotThere)
     container.setValue("name", Text("a"));
     EXPECT_EQ(rendering(), "Attribute uri is not set");
     EXPECT_NO_THROW(container.toJSON(0));
-    container.setValue("uri", Text("/a"));
-    EXPECT_EQ(rendering(), "Invalid type for attribute uri in AttributeContainer");
+    for (const char* key : {"uri", "name", "id"}) {
+        container.removeValue(key);
+        container.setValue(key, Integer(1));
+        EXPECT_EQ(rendering(), std::string("Invalid type for attribute ") + key + " in AttributeContainer");
+    }
+}
+
+TEST(AttributeContainer, RendersItsIdentityAtTheLevelGiven)
+{
+    AttributeContainer container = identified();
+    container.removeValue("name");
+    container.setValue("name", LevelText("a"));
+    EXPECT_THAT(compact(container.toJSON(-5)),
+                IsJson(R"({"id":")" + UUID_TEXT + R"(","name":-5,"uri":"/a"})"));
+}
+
+TEST(AttributeContainer, RendersIntoAnObjectThatSortsItsKeys)
+{
+    const AttributeContainer container = identified();
+    for (Poco::JSON::Object::Ptr object :
+         {container.toJSON(-1), container.toJSON(0), container.toJSON(std::vector<std::string>{})}) {
+        object->set("a", 1);
+        EXPECT_EQ(object->getNames().front(), "a");
+        EXPECT_FALSE(object->getEscapeUnicode());
+    }
 }
 
 TEST(AttributeContainer, RendersEveryAttributeWhateverTheFields)

@@ -275,6 +275,22 @@ TEST(ElementGeneric, KeepsTheOwnerOfAttributesItTakesFromAPlainObject)
     EXPECT_EQ(copy.owner(), 6);
     const OpenElement moved(std::move(source));
     EXPECT_EQ(moved.owner(), 6);
+    EXPECT_EQ(moved.id(), 6);
+}
+
+TEST(ElementGeneric, KeepsTheOwnerOfAttributesWhoseObjectHasGivenItsNumberAway)
+{
+    const LogCapture log;
+    XObjectGeneric source = plainObject(PATH, 6);
+    const Made<XObjectBase&&> thief(std::move(source));
+    ASSERT_EQ(source.id(), NONE);
+    const OpenElement copy(source);
+    EXPECT_EQ(copy.id(), NONE);
+    EXPECT_EQ(copy.owner(), 6);
+    EXPECT_EQ(copy.getAttribute("name")->parent(), 6);
+    const OpenElement moved(std::move(source));
+    EXPECT_EQ(moved.id(), NONE);
+    EXPECT_EQ(moved.owner(), 6);
 }
 
 TEST(ElementGeneric, ReportsADuplicateWhenMadeOfAnyNumberedObject)

@@ -67,6 +67,7 @@ TEST(ServiceBase, NamesItsKeys)
     EXPECT_EQ(ServiceBase::KEY_VERSIONS, "versions");
     EXPECT_EQ(ServiceBase::KEY_PORT, "port");
     EXPECT_EQ(ServiceBase::KEY_DESCRIPTION, "description");
+    EXPECT_NE(&ServiceBase::KEY_DESCRIPTION, &ResourceBase::KEY_DESCRIPTION) << "each has its own";
 }
 
 TEST(ServiceBase, HasThePortItNamesUnlessItHasMore)
