@@ -224,6 +224,14 @@ TEST(ElementGeneric, RebuildsItsUriFromTheOneGiven)
     }
 }
 
+TEST(ElementGeneric, KeepsTheUuidInItsUriAsItWasGiven)
+{
+    const std::string upper = "/svc/res/ABCDEF01-2222-3333-4444-555555555555";
+    const ElementGeneric element(Poco::URI(upper), "a", NONE);
+    EXPECT_EQ(element.getUri().toString(), upper);
+    EXPECT_EQ(element.getId().toString(), UUID_TEXT);
+}
+
 TEST(ElementGeneric, RefusesAUriThatIsNoElements)
 {
     for (const char* uri : {"/svc/res", "/svc/res/a/b"}) {

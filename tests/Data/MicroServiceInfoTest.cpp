@@ -10,6 +10,9 @@
 #include <gmock/gmock.h>
 
 #include <memory>
+#include <set>
+#include <stdexcept>
+#include <utility>
 
 namespace Zovi
 {
@@ -57,22 +60,26 @@ public:
     std::string getDescription() const override { return "in words"; }
 };
 
-/// Throws what is no exception of the standard's when it is copied, once that is switched on.
+/// Throws an `Error` when it is copied, once that is switched on.
+template <typename Error>
 struct Unreadable {
-    explicit Unreadable(const bool& isOn)
+    Unreadable(const bool& isOn, Error error)
         : m_isOn(&isOn)
+        , m_error(error)
     {
     }
     Unreadable(const Unreadable& other)
         : m_isOn(other.m_isOn)
+        , m_error(other.m_error)
     {
         if (*m_isOn)
-            throw 42;
+            throw m_error;
     }
     Unreadable& operator=(const Unreadable&) = delete;
 
 private:
     const bool* m_isOn;
+    Error m_error;
 };
 
 MicroServiceInfo sample()
@@ -321,6 +328,30 @@ TEST(MicroServiceInfo, DescribesAServiceWithoutIdAndUriAndTakesNoNumber)
     EXPECT_THAT(log.texts(), IsEmpty());
 }
 
+TEST(MicroServiceInfo, TakesIdAndUriOfAServiceEachByItself)
+{
+    MicroServiceInfo withId = sample();
+    withId.removeValue("uri");
+    const MicroServiceInfo identified(static_cast<const Data::ServiceBase&>(withId));
+    EXPECT_EQ(identified.getIdString(), UUID_TEXT);
+    EXPECT_FALSE(identified.hasValue("uri"));
+
+    MicroServiceInfo withUri = sample();
+    withUri.removeValue("id");
+    const MicroServiceInfo addressed(static_cast<const Data::ServiceBase&>(withUri));
+    EXPECT_EQ(addressed.getUriString(), "/" + UUID_TEXT);
+    EXPECT_FALSE(addressed.hasValue("id"));
+}
+
+TEST(MicroServiceInfo, HasAnEmptyDescriptionWhenTheAttributeIsEmpty)
+{
+    MicroServiceInfo info = sample();
+    using Text = Attribute<AttributeValueStringable<std::string>>;
+    const Text taken(std::move(dynamic_cast<Text&>(*info.getAttribute("description"))));
+    EXPECT_TRUE(info.hasValue("description"));
+    EXPECT_EQ(info.getDescription(), "");
+}
+
 TEST(MicroServiceInfo, CannotDescribeAServiceWithoutAName)
 {
     const OpenInfo source;
@@ -481,15 +512,56 @@ TEST(MicroServiceInfo, GivesNothingForJsonItCannotReadAndLogsWhy)
     }
 }
 
+TEST(MicroServiceInfo, GivesNothingForAStandardExceptionThatIsNotOfPoco)
+{
+    Poco::JSON::Object::Ptr json = object(required());
+    bool isOn = false;
+    json->set("name", Unreadable(isOn, std::runtime_error("unreadable")));
+    isOn = true;
+    const LogCapture log;
+    EXPECT_THAT(MicroServiceInfo::FromJson(json), IsNull());
+    EXPECT_THAT(log.texts(), ElementsAre("Error: Invalid JSON object for MicroServiceInfo - unreadable"));
+}
+
 TEST(MicroServiceInfo, LetsThroughWhatIsNoStandardException)
 {
     Poco::JSON::Object::Ptr json = object(required());
     bool isOn = false;
-    json->set("name", Unreadable(isOn));
+    json->set("name", Unreadable(isOn, 42));
     isOn = true;
     const LogCapture log;
     EXPECT_THROW(MicroServiceInfo::FromJson(json), int);
     EXPECT_THAT(log.texts(), IsEmpty());
+}
+
+TEST(MicroServiceInfo, ReadsTheMembersInTheirOrder)
+{
+    const Poco::Dynamic::Var badList = Zovi::Test::parseJson(R"(["x",null])");
+    const std::pair<const char*, Poco::Dynamic::Var> badMembers[] = {
+        {"name", Poco::Dynamic::Var()},
+        {"description", Poco::Dynamic::Var()},
+        {"port", std::string("http")},
+        {"id", std::string("no uuid")},
+        {"uri", std::string("http://host:port/")},
+        {"privileges", badList},
+        {"serviceCategories", badList},
+        {"versions", badList},
+    };
+    std::set<std::string> readBefore;
+    for (const auto& [key, value] : badMembers) {
+        SCOPED_TRACE(key);
+        Poco::JSON::Object::Ptr json =
+            object(required(R"(,"id":")" + UUID_TEXT +
+                            R"(","uri":"/a","privileges":["p"],"serviceCategories":["c"],"versions":["v"])"));
+        json->set(key, value);
+        OpenInfo info;
+        EXPECT_THROW(info.fromJSON(json), Poco::Exception);
+        std::set<std::string> set;
+        for (const auto& attribute : info.getAttributesRef())
+            set.insert(attribute.first);
+        EXPECT_EQ(set, readBefore);
+        readBefore.insert(key);
+    }
 }
 
 TEST(MicroServiceInfo, KeepsWhatItReadBeforeAFailure)
