@@ -2,7 +2,9 @@ import assert from "node:assert/strict";
 import { execFileSync } from "node:child_process";
 import { after, afterEach, before, test } from "node:test";
 
-import { FRUIT, cardOf, hashOf, launchBrowser, openPage, routeShop, settled, startHost, tableOf } from "./support.js";
+import {
+    FRUIT, accessibilityFaultsOf, cardOf, hashOf, launchBrowser, openPage, routeLive, routeShop, settled, startHost, tableOf,
+} from "./support.js";
 
 let browser, host;
 const pages = [];
@@ -68,7 +70,7 @@ test("opens a reference in place, and what it leads to in turn", async () => {
 test("shows the tree beside, with the place that one is at", async () => {
     const page = await open("#/host/interfaces");
     const links = await page.$$eval("#tree a", (all) => all.map((link) => link.textContent));
-    for (const name of ["/", "host", "processes", "interfaces", "filesystems"])
+    for (const name of ["All services", "host", "processes", "interfaces", "filesystems"])
         assert.ok(links.includes(name), name);
     assert.equal(await page.textContent("#tree a[aria-current=page]"), "interfaces");
     await page.click("#tree >> text=filesystems");
@@ -456,4 +458,341 @@ test("loads in two round trips and from nowhere else", async () => {
     const loaded = await page.evaluate(() => performance.getEntriesByType("resource").map(({ name }) => name));
     for (const name of loaded)
         assert.ok(name.startsWith(host.origin + "/"), name);
+});
+
+// ---- live ---------------------------------------------------------------------------------------------------
+
+async function openLive(hash, shop = {}, options = {}) {
+    let live;
+    const page = await open(hash, {
+        ...options,
+        route: async (page) => {
+            await routeShop(page, shop);
+            live = await routeLive(page);
+        },
+    });
+    return { page, live };
+}
+
+const connection = (page, text) =>
+    page.waitForFunction((wanted) => document.querySelector("#connection-text").textContent.includes(wanted), text);
+
+test("follows a collection and marks what has changed", async () => {
+    const { page, live } = await openLive("#/shop/fruit?$limit=3");
+    await page.click("#live");
+    const subscription = await live.next();
+    assert.deepEqual(subscription.request, { type: "subscribe", event: "/shop/fruit?$limit=3", updatelimit: 1000 });
+    assert.equal(hashOf(page), "#live:/shop/fruit?$limit=3");
+    subscription.acknowledge();
+    await connection(page, "Live");
+    const paging = { offset: 0, limit: 3, total: 8 };
+    subscription.update(FRUIT.slice(0, 3), { paging });
+    await page.waitForFunction(() => document.querySelector(".range").textContent.endsWith("of 8"));
+    assert.equal(await page.locator("#view .changed, #view .added").count(), 0);
+
+    subscription.update([FRUIT[0], { ...FRUIT[1], weight: 111 }, FRUIT[5]], { paging });
+    await connection(page, "1 changed, 1 new, 1 gone");
+    assert.equal(await page.textContent("#view td.changed"), "111\u00A0g");
+    assert.equal(await page.locator("#view .changed").count(), 1);
+    assert.equal(await page.textContent("#view tr.added th"), "fruit 5");
+
+    subscription.update([FRUIT[0], { ...FRUIT[1], weight: 111 }, FRUIT[5]], { paging, timestamp: 2 });
+    await page.waitForSelector("#view .changed", { state: "detached" });
+    assert.equal(await page.locator("#view .added").count(), 0);
+});
+
+test("follows an element and marks what has changed", async () => {
+    const { page, live } = await openLive(`#live:${FRUIT[1].uri}`);
+    const subscription = await live.next();
+    subscription.acknowledge();
+    subscription.update({ ...FRUIT[1], weight: 101 });
+    await connection(page, "1 changed");
+    assert.match(await page.textContent(".card .changed"), /^weight.*101.g/);
+    assert.equal(await page.locator(".card .changed").count(), 1);
+});
+
+test("keeps the focus, the order and what is open while updates come", async () => {
+    const parent = { id: FRUIT[6].id, name: "tree", uri: FRUIT[6].uri };
+    const fruit = FRUIT.map((each) => ({ ...each, parent }));
+    const { page, live } = await openLive("#live:/shop/fruit", { fruit });
+    const subscription = await live.next();
+    subscription.acknowledge();
+    await page.click("[aria-label^='Open parent'] >> nth=1");
+    await page.waitForSelector("tr.opened");
+    await page.focus(`[data-focus='row ${FRUIT[2].uri}']`);
+    subscription.update([fruit[2], fruit[1], { ...fruit[0], weight: 7 }]);
+    await connection(page, "1 changed, 4 gone");
+    assert.deepEqual((await tableOf(page)).map(([name]) => name.slice(0, 7)), ["fruit 2", "fruit 1", "The ser", "fruit 0"]);
+    assert.equal(await page.evaluate(() => document.activeElement.dataset.focus), `row ${FRUIT[2].uri}`);
+});
+
+test("says that the connection is lost, and comes back by itself", async () => {
+    const { page, live } = await openLive("#live:/shop/fruit");
+    const first = await live.next();
+    first.acknowledge();
+    await connection(page, "Live");
+    first.lose();
+    await connection(page, "Connection lost. Trying again in 1 s.");
+    assert.equal(await page.textContent("#status"), "Connection lost");
+    assert.ok(await page.isVisible("#view.stale"));
+    const second = await live.next();
+    assert.deepEqual(second.request, first.request);
+    second.acknowledge();
+    await connection(page, "Live");
+    assert.ok(await page.isHidden("#reconnect"));
+    assert.equal(await page.locator("#view.stale").count(), 0);
+});
+
+test("tries again at once when it is told to", async () => {
+    const { page, live } = await openLive("#live:/shop/fruit");
+    // Time stands still, so that the next attempt is nobody's but the user's.
+    await page.clock.install();
+    (await live.next()).lose();
+    await page.click("#reconnect");
+    (await live.next()).acknowledge();
+    await connection(page, "Live");
+});
+
+test("waits twice as long after each failure, up to half a minute", async () => {
+    const page = await open("#/");
+    const delays = await page.evaluate(async () => {
+        const { delayAfter } = await import("./service.js");
+        return [[1, 0.5], [2, 0.5], [3, 0.5], [50, 0.5], [1, 0], [1, 1]].map(([failures, random]) => delayAfter(failures, random));
+    });
+    assert.deepEqual(delays, [500, 1000, 2000, 30_000, 375, 625]);
+});
+
+test("says why the service does not let it follow, and leaves it at that", async () => {
+    const { page, live } = await openLive(`#live:${FRUIT[1].uri}`);
+    const subscription = await live.next();
+    subscription.acknowledge();
+    subscription.send({ type: "error", code: 410, message: "element has gone" });
+    await connection(page, "Not live any more: element has gone (410)");
+    assert.ok(await page.isHidden("#reconnect"));
+    assert.equal(live.count(), 0);
+});
+
+test("follows what is shown, and nothing any more when it is told so", async () => {
+    const { page, live } = await openLive("#live:/shop/fruit?$limit=3");
+    (await live.next()).acknowledge();
+    await page.click("#pages >> text=Next");
+    const second = await live.next();
+    assert.equal(second.request.event, "/shop/fruit?$limit=3&$offset=3");
+    await page.click("#live");
+    await page.waitForSelector("#connection", { state: "hidden" });
+    assert.equal(await page.getAttribute("#live", "aria-pressed"), "false");
+    assert.equal(hashOf(page), "#/shop/fruit?$limit=3&$offset=3");
+});
+
+// ---- writing ------------------------------------------------------------------------------------------------
+
+test("offers to write only where the service allows it", async () => {
+    const page = await openShop("#/shop/fruit");
+    assert.ok(await page.isVisible("#new"));
+    assert.ok(await page.isHidden("#edit"));
+    await page.click("#view tbody th a");
+    await page.waitForSelector(".card");
+    assert.ok(await page.isHidden("#new"));
+    assert.ok(await page.isVisible("#edit"));
+    assert.ok(await page.isVisible("#delete"));
+    await page.click("#tree >> text=processes");
+    await page.waitForSelector("h1:text-is('processes')");
+    for (const id of ["#new", "#edit", "#delete"])
+        assert.ok(await page.isHidden(id), id);
+});
+
+test("creates an element and goes to it", async () => {
+    const writes = [];
+    const page = await openShop("#/shop/fruit", { writes });
+    await page.click("#new");
+    const dialog = page.locator("#dialog");
+    assert.deepEqual(await dialog.locator("label").allTextContents(), ["name", "weight", "size", "remarks (optional)"]);
+    await page.keyboard.type("plum");
+    await dialog.getByLabel("weight").fill("12.5");
+    await dialog.getByLabel("size").fill("1000");
+    await dialog.getByLabel("remarks").fill("blue\nand sweet");
+    await dialog.getByText("Create").click();
+    await page.waitForSelector(".card");
+    assert.deepEqual(writes, [{
+        method: "POST", path: "/shop/fruit", body: { name: "plum", weight: 12.5, size: 1000, remarks: "blue\nand sweet" },
+    }]);
+    assert.equal(hashOf(page), "#" + FRUIT[1].uri);
+});
+
+test("leaves out what is optional and empty", async () => {
+    const writes = [];
+    const page = await openShop("#/shop/fruit", { writes });
+    await page.click("#new");
+    await page.locator("#dialog").getByText("Create").click();
+    await page.waitForSelector(".card");
+    assert.deepEqual(writes[0].body, { name: "" });
+});
+
+test("shows the error of the service at the field that it is about", async () => {
+    const writes = [];
+    const page = await openShop("#/shop/fruit", { writes, refusal: "'weight' must not be negative" });
+    await page.click("#new");
+    await page.locator("#dialog").getByLabel("weight").fill("-1");
+    await page.keyboard.press("Enter");
+    await page.waitForSelector("#dialog-fault:not(:empty)");
+    assert.equal(await page.textContent("#dialog-fault"), "'weight' must not be negative");
+    const field = page.locator("#dialog [aria-invalid=true]");
+    assert.equal(await field.inputValue(), "-1");
+    assert.ok(await field.evaluate((node) => node === document.activeElement));
+    assert.match(await field.getAttribute("aria-describedby"), /^dialog-fault /);
+    assert.equal(await page.getAttribute("#dialog-fault", "role"), "alert");
+    assert.equal(await field.evaluate((node) => node.nextElementSibling.id), "dialog-fault");
+    await page.keyboard.press("Enter");
+    await page.waitForFunction(() => document.querySelector("#dialog-fault").textContent !== "");
+    assert.equal(writes.length, 2);
+});
+
+test("edits an element, beginning with what it is", async () => {
+    const writes = [];
+    const page = await openShop("#" + FRUIT[2].uri, { writes });
+    await page.click("#edit");
+    const dialog = page.locator("#dialog");
+    assert.equal(await dialog.getByLabel("name").inputValue(), "fruit 2");
+    await dialog.getByLabel("weight").fill("1");
+    await dialog.getByText("Save").click();
+    await page.waitForSelector("#dialog", { state: "hidden" });
+    assert.deepEqual(writes, [{ method: "PUT", path: FRUIT[2].uri, body: { name: "fruit 2", weight: 1, size: 10_000_000 } }]);
+});
+
+test("deletes an element, but not without a question", async () => {
+    const writes = [];
+    const page = await openShop("#" + FRUIT[2].uri, { writes });
+    await page.click("#delete");
+    assert.match(await page.textContent("#dialog h2"), /Delete .fruit 2.\?/);
+    await page.locator("#dialog").getByText("Cancel").click();
+    assert.deepEqual(writes, []);
+    await page.click("#delete");
+    await page.locator("#dialog button[type=submit]").click();
+    await page.waitForSelector("tbody tr");
+    assert.deepEqual(writes, [{ method: "DELETE", path: FRUIT[2].uri, body: null }]);
+    assert.equal(hashOf(page), "#/shop/fruit");
+});
+
+// ---- for everybody ------------------------------------------------------------------------------------------
+
+/** Presses Tab until the focus is on what `selector` finds. */
+async function tabTo(page, selector) {
+    for (let presses = 0; presses < 80; presses += 1) {
+        await page.keyboard.press("Tab");
+        if (await page.evaluate((wanted) => document.activeElement.matches(wanted), selector))
+            return;
+    }
+    assert.fail(`Tab does not reach ${selector}`);
+}
+
+test("can be walked by keyboard alone", async () => {
+    const page = await openShop("#/");
+    await page.keyboard.press("Tab");
+    assert.equal(await page.evaluate(() => document.activeElement.id), "skip");
+    await page.keyboard.press("Enter");
+    await tabTo(page, "#view tbody a");
+    await page.keyboard.press("Enter");
+    await page.waitForSelector("h1:text-is('host')");
+    assert.equal(await page.evaluate(() => document.activeElement.id), "title");
+    await tabTo(page, "#view a[href$='/host/interfaces']");
+    await page.keyboard.press("Enter");
+    await page.waitForSelector("h1:text-is('interfaces')");
+    await tabTo(page, "[data-focus='sort name']");
+    await page.keyboard.press("Enter");
+    await page.waitForSelector("th[aria-sort=ascending]");
+    await page.keyboard.press("Shift+Enter");
+    await page.waitForSelector("th[aria-sort=descending]");
+    await tabTo(page, "#view tbody th a");
+    await page.keyboard.press("Enter");
+    await page.waitForSelector(".card");
+});
+
+test("writes by keyboard alone, and gives the focus back", async () => {
+    const page = await openShop("#/shop/fruit");
+    await tabTo(page, "#new");
+    await page.keyboard.press("Enter");
+    await page.waitForSelector("#dialog[open]");
+    assert.ok(await page.evaluate(() => document.activeElement.matches("#dialog input")));
+    await page.keyboard.press("Escape");
+    await page.waitForSelector("#dialog", { state: "hidden" });
+    assert.equal(await page.evaluate(() => document.activeElement.id), "new");
+});
+
+test("tells a screen reader where it is and what has happened", async () => {
+    const page = await openShop("#/shop/fruit?$limit=3");
+    assert.equal(await page.textContent("caption"), "fruit: 1\u20133 of 7");
+    assert.equal(await page.textContent("#status"), "fruit: 1\u20133 of 7");
+    assert.equal(await page.title(), "fruit \u2013 Explorer");
+    assert.equal(await page.getAttribute("#status", "role"), "status");
+    for (const landmark of ["banner", "main", "navigation", "form"])
+        assert.ok(await page.getByRole(landmark).count() > 0, landmark);
+    await page.click("#view tbody th a");
+    await page.waitForSelector(".card");
+    await page.waitForFunction(() => document.activeElement.id === "title");
+    assert.equal(await page.title(), "fruit 0 \u2013 Explorer");
+});
+
+/** What there is to look at, each with what brings it up. */
+const VIEWS = [
+    ["tree", "#/host"],
+    ["table", "#/shop/fruit?$limit=3&$sortby=-weight,name"],
+    ["form", "#/shop/fruit?$fields=name,colours($offset:0,$limit:1)&weight=1&$sortby=name", (page) => page.click("#ask-by-form")],
+    ["card and document", `#document:${FRUIT[1].uri}`],
+    ["reference opened in place", "#/host/processes?$limit=3&state=sleeping", (page) =>
+        page.click("[aria-label^='Open parent'] >> nth=0").then(() => page.waitForSelector("tr.opened"))],
+    ["error", "#/host/processes?$limit=abc"],
+    ["nothing", "#/host/processes?name=nothing"],
+    ["editing", "#/shop/fruit", (page) => page.click("#new")],
+    ["error in editing", "#/shop/fruit", async (page) => {
+        await page.click("#new");
+        await page.click("#dialog button[type=submit]");
+        await page.waitForSelector("#dialog-fault:not(:empty)");
+    }],
+    ["live", "#live:/shop/fruit", async (page, live) => {
+        const subscription = await live.next();
+        subscription.acknowledge();
+        subscription.update([{ ...FRUIT[0], weight: 5 }, FRUIT[1], { ...FRUIT[2], id: "new" }]);
+        await connection(page, "1 changed");
+    }],
+    ["lost", "#live:/shop/fruit", async (page, live) => {
+        await page.clock.install();
+        (await live.next()).lose();
+        await connection(page, "Connection lost");
+    }],
+];
+
+const KINDS = [
+    ["wide and light", { colorScheme: "light", viewport: { width: 1280, height: 900 } }],
+    ["narrow and dark", { colorScheme: "dark", viewport: { width: 360, height: 740 } }],
+];
+
+for (const [kind, options] of KINDS) {
+    for (const [name, hash, act = async () => {}] of VIEWS) {
+        test(`is accessible and fits: ${name}, ${kind}`, async () => {
+            const { page, live } = await openLive(hash, { refusal: "'weight' is missing" }, { ...options, reducedMotion: "reduce" });
+            await act(page, live);
+            assert.deepEqual(await accessibilityFaultsOf(page), []);
+            const [content, window] = await page.evaluate(() => [document.documentElement.scrollWidth, innerWidth]);
+            assert.ok(content <= window, `the page is ${content} wide in a window of ${window}`);
+            if (process.env.KYR_SCREENSHOTS)
+                await page.screenshot({ path: `${process.env.KYR_SCREENSHOTS}/${name}, ${kind}.png` });
+        });
+    }
+}
+
+test("opens and closes the tree on a phone", async () => {
+    const page = await open("#/host", { viewport: { width: 360, height: 740 } });
+    assert.ok(await page.isHidden("#tree"));
+    await page.click("#menu");
+    assert.ok(await page.isVisible("#tree"));
+    assert.equal(await page.getAttribute("#menu", "aria-expanded"), "true");
+    await page.click("#tree >> text=interfaces");
+    await page.waitForSelector("h1:text-is('interfaces')");
+    assert.ok(await page.isHidden("#tree"));
+});
+
+test("does not move where movement is not wanted", async () => {
+    const page = await open("#/host", { reducedMotion: "reduce" });
+    const durations = await page.evaluate(() => [...document.querySelectorAll("*")].map((node) => getComputedStyle(node).animationName));
+    assert.deepEqual([...new Set(durations)], ["none"]);
 });

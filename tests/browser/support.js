@@ -3,6 +3,8 @@
 
 import assert from "node:assert/strict";
 import { spawn } from "node:child_process";
+import { readFileSync } from "node:fs";
+import { createRequire } from "node:module";
 import { createInterface } from "node:readline";
 import { chromium } from "playwright-core";
 
@@ -71,7 +73,7 @@ export async function openPage(browser, origin, hash = "", options = {}) {
 /** Waits until nothing is being loaded any more. */
 export async function settled(page) {
     await page.waitForSelector("body:has(#view:not([aria-busy]) > *), #failure:not([hidden])");
-    await page.waitForSelector("#services > li");
+    await page.waitForSelector("#services > li", { state: "attached" });
 }
 
 export function hashOf(page) {
@@ -88,6 +90,15 @@ export function tableOf(page) {
 export function cardOf(page) {
     return page.$$eval("#view .card > div", (parts) => Object.fromEntries(parts.map((part) =>
         [part.querySelector("dt").firstChild.textContent, part.querySelector("dd").innerText.replace(/\u00A0/g, " ")])));
+}
+
+const AXE = readFileSync(createRequire(import.meta.url).resolve("axe-core/axe.min.js"), "utf8");
+
+/** What stands in the way of somebody who cannot see or point well, as axe finds it. */
+export async function accessibilityFaultsOf(page) {
+    await page.evaluate(AXE);
+    const { violations } = await page.evaluate(() => window.axe.run());
+    return violations.flatMap(({ id, nodes }) => nodes.map((node) => `${id}: ${node.html}: ${node.failureSummary}`));
 }
 
 // ---- a made-up service --------------------------------------------------------------------------------------
@@ -162,4 +173,34 @@ export async function routeShop(page, { fruit = FRUIT, refusal = null, writes = 
         default: return answer(route, 404, { code: 404, message: `'${url.pathname}' is not there` });
         }
     });
+}
+
+// ---- a made-up WebSocket ------------------------------------------------------------------------------------
+
+/** Takes the place of the service's WebSocket: `next()` gives each subscription as it is asked for. */
+export async function routeLive(page) {
+    const arrived = [];
+    const waiting = [];
+    await page.routeWebSocket(() => true, (socket) => {
+        socket.onMessage((text) => {
+            const request = JSON.parse(text);
+            const send = (message) => socket.send(JSON.stringify({ event: request.event, ...message }));
+            const subscription = {
+                request,
+                send,
+                acknowledge: () => send({ type: "subscribe", status: "ok" }),
+                update: (data, more = {}) => send({ type: "data", status: "ok", data, timestamp: 1, ...more }),
+                lose: () => socket.close({ code: 1001 }),
+            };
+            const resolve = waiting.shift();
+            if (resolve)
+                resolve(subscription);
+            else
+                arrived.push(subscription);
+        });
+    });
+    return {
+        next: async () => arrived.shift() ?? new Promise((resolve) => waiting.push(resolve)),
+        count: () => arrived.length,
+    };
 }

@@ -277,7 +277,7 @@ async function showTree() {
         makeLink(uri, name, { "aria-current": isHere ? "page" : null, "data-focus": `tree ${uri}` });
     const isSame = (left, right) => left?.toLowerCase() === right?.toLowerCase();
     keepingFocus($("tree"), () => $("services").replaceChildren(
-        make("li", {}, makeEntry({ uri: "/", name: "/" }, !here)),
+        make("li", {}, makeEntry({ uri: "/", name: "All services" }, !here)),
         ...branches.map(({ service, resources }) => make("li", {},
             makeEntry(service, isSame(service.name, here) && !resource),
             resources.length > 0 && make("ul", {}, resources.map((entry) => make("li", {},
@@ -313,12 +313,13 @@ function showPages({ data, paging }) {
     if ($("pages").hidden)
         return;
     const around = pagesAround(paging, data.length);
-    const makePage = (name, text) => makePageLink(name, text, around[name]);
-    keepingFocus($("pages"), () => $("pages").replaceChildren(
+    const isOnlyOne = Object.values(around).every((offset) => offset === null);
+    const names = [["first", "First"], ["previous", "Previous"], ["next", "Next"], ["last", "Last"]];
+    keepingFocus($("pages"), () => $("pages").replaceChildren(...[
         make("p", { class: "range" }, rangeOf(paging, data.length)),
-        make("ul", {}, [["first", "First"], ["previous", "Previous"], ["next", "Next"], ["last", "Last"]]
-            .map(([name, text]) => make("li", {}, makePage(name, text)))),
-        makePageSize()));
+        !isOnlyOne && make("ul", {}, names.map(([name, text]) => make("li", {}, makePageLink(name, text, around[name])))),
+        makePageSize(),
+    ].filter(Boolean)));
 }
 
 function makePageLink(name, text, offset) {
@@ -444,7 +445,7 @@ function showUpdate(message) {
     const what = [
         counts.changed && `${counts.changed} changed`, counts.added && `${counts.added} new`, counts.removed && `${counts.removed} gone`,
     ].filter(Boolean).join(", ");
-    showConnection("live", ["Live", formatTime(message.timestamp ?? Date.now()), what].filter(Boolean).join(" \u00B7 "), null);
+    showConnection("live", ["Live", formatTime(message.timestamp ?? Date.now()).slice(11), what].filter(Boolean).join(" \u00B7 "), null);
     $("connection").dataset.hasData = "true";
     if (isFirst)
         announce("Live");

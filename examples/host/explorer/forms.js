@@ -131,7 +131,19 @@ export class QueryForm {
         return make("fieldset", { class: "wide" },
             make("legend", {}, "Fields"),
             names.length > 0 ? list : make("p", { class: "hint" }, "Nothing is known to choose from; write $fields into the address."),
-            make("p", { class: "hint" }, "None chosen shows all. A list can be cut: from which entry, and how many."));
+            make("p", { class: "hint" }, "None chosen shows all."),
+            this.#makeExpansion(query));
+    }
+
+    #makeExpansion({ expand }) {
+        const references = Object.keys(this.#specifications).filter((name) => /reference/.test(this.#specifications[name].type));
+        const select = makeOptions(make("select", { change: () => this.#tell({ expand: select.value }) }), [
+            ["", "as links"], ["0", "level 0"], ["1", "level 1"], ["2", "level 2"], ["3", "level 3"],
+            ...references.map((name) => [name, `only ${name}`]),
+        ], expand);
+        const field = makeField("References", select);
+        field.classList.add("inline");
+        return field;
     }
 
     #makeChoice(name, field, tell) {
@@ -140,14 +152,14 @@ export class QueryForm {
         const choice = make("div", { class: "choice" }, make("label", {}, box, " ", name));
         if (isArray) {
             const inputs = ["offset", "limit"].map((part) => makeInput({
-                name: part, value: field?.[part] ?? "", placeholder: part === "offset" ? "from" : "many", inputmode: "numeric",
+                name: part, value: field?.[part] ?? "", placeholder: part === "offset" ? "0" : String(DEFAULT_LIMIT), inputmode: "numeric",
                 "aria-label": part === "offset" ? `${name}: from which entry` : `${name}: how many entries`,
                 input: () => {
                     box.checked = true;
                     tell();
                 },
             }));
-            choice.append(make("span", { class: "cut" }, ...inputs));
+            choice.append(make("span", { class: "cut" }, "from", inputs[0], "at most", inputs[1]));
         }
         return choice;
     }
@@ -157,16 +169,10 @@ export class QueryForm {
             value: query.limit, inputmode: "numeric", placeholder: String(DEFAULT_LIMIT), input: () => this.#tell({ limit: limit.value.trim() }),
         });
         const offset = makeInput({ value: query.offset, placeholder: "0", input: () => this.#tell({ offset: offset.value.trim() }) });
-        const references = Object.keys(this.#specifications).filter((name) => /reference/.test(this.#specifications[name].type));
-        const expand = makeOptions(make("select", { change: () => this.#tell({ expand: expand.value }) }), [
-            ["", "as links"], ["0", "level 0"], ["1", "level 1"], ["2", "level 2"], ["3", "level 3"],
-            ...references.map((name) => [name, `only ${name}`]),
-        ], query.expand);
         return make("fieldset", {},
             make("legend", {}, "Page"),
             makeField("Page size", limit, "100 at most; negative runs backward, 0 gives the total alone."),
-            makeField("Anchor", offset, ANCHOR_HINT),
-            makeField("References", expand));
+            makeField("Anchor", offset, ANCHOR_HINT));
     }
 }
 
@@ -249,6 +255,14 @@ function controlOf(type) {
     return CONTROLS[type] ?? (/^(array|object|reference)/.test(type) ? CONTROLS.json : CONTROLS.string);
 }
 
+function readControl(name, control, read) {
+    try {
+        return read(control);
+    } catch (failure) {
+        throw new Error(`'${name}' is no JSON: ${failure.message}`, { cause: failure });
+    }
+}
+
 class ElementForm {
     constructor(specifications, element) {
         this.fields = writable(specifications).map(([name, specification]) => {
@@ -264,19 +278,20 @@ class ElementForm {
     read() {
         const body = {};
         for (const { name, specification, control, read } of this.fields) {
-            const value = read(control);
+            const value = readControl(name, control, read);
             if (value !== undefined && !(specification.optional && value === ""))
                 body[name] = value;
         }
         return body;
     }
 
-    /** Marks the field that `message` speaks of, if it is one, and moves the focus there. */
-    markFault(message, messageId) {
-        const fault = this.fields.find(({ name }) => new RegExp(`['"]${name}['"]`).test(message));
+    /** Marks the field that `message` speaks of, if it is one, and moves the focus and `fault`, which tells it, there. */
+    markFault(message, fault) {
+        const atFault = this.fields.find(({ name }) => ["'", '"'].some((quote) => message.includes(quote + name + quote)));
         for (const field of this.fields)
-            this.#mark(field, field === fault ? messageId : null);
-        fault?.control.focus();
+            this.#mark(field, field === atFault ? fault.id : null);
+        atFault?.control.after(fault);
+        atFault?.control.focus();
     }
 
     #mark({ control }, messageId) {
@@ -295,9 +310,8 @@ function ask(dialog, { title, content, action, isDangerous = false, act, onFault
     const fault = make("p", { class: "fault", id: "dialog-fault", role: "alert" });
     const submit = make("button", { type: "submit", class: isDangerous ? "danger" : "primary" }, action);
     const cancel = make("button", { type: "button", click: () => dialog.close() }, "Cancel");
-    const form = make("form", { novalidate: true },
-        make("h2", { id: "dialog-title" }, title), content, fault,
-        make("div", { class: "actions" }, submit, cancel));
+    const actions = make("div", { class: "actions" }, submit, cancel);
+    const form = make("form", { novalidate: true }, make("h2", { id: "dialog-title" }, title), content, fault, actions);
     form.addEventListener("submit", async (event) => {
         event.preventDefault();
         if (submit.getAttribute("aria-disabled") === "true")
@@ -308,8 +322,9 @@ function ask(dialog, { title, content, action, isDangerous = false, act, onFault
             await act();
             dialog.close();
         } catch (failure) {
-            fault.textContent = failure instanceof SyntaxError ? `This is no JSON: ${failure.message}` : failure.message;
-            onFault(failure.message, fault.id);
+            actions.before(fault);
+            onFault(failure.message, fault);
+            fault.textContent = failure.message;
         } finally {
             submit.setAttribute("aria-disabled", "false");
         }
@@ -326,7 +341,7 @@ export function editElement(dialog, { title, specifications, element, save }) {
         content: make("div", { class: "fields" }, form.fields.map(({ node }) => node)),
         action: element ? "Save" : "Create",
         act: () => save(form.read()),
-        onFault: (message, id) => form.markFault(message, id),
+        onFault: (message, fault) => form.markFault(message, fault),
     });
     form.fields[0]?.control.focus();
 }
