@@ -7,6 +7,7 @@
 #include "ServiceKit/RequestError.h"
 #include "ServiceKit/Text.h"
 
+#include <Poco/Buffer.h>
 #include <Poco/Exception.h>
 #include <Poco/Net/HTTPRequestHandler.h>
 #include <Poco/Net/HTTPServerRequestImpl.h>
@@ -221,19 +222,17 @@ void Connection::serve()
     Session session(Poco::Net::StreamSocket(deadline), m_context.params);
     while (!m_context.connections.isStopping() && session.hasMoreRequests()) {
         deadline->beginExchange();
-        const bool isInputRead = serveExchange(session);
+        const Next next = serveExchange(session);
         // Streams keep to themselves that an answer went out in part, or not at all.
         if (session.networkException())
             return;
-        if (!isInputRead) {
-            closeBehindUnreadInput();
-            return;
-        }
+        if (next == Next::EXCHANGE)
+            continue;
+        return next == Next::WEBSOCKET ? handOver(session) : closeBehindUnreadInput();
     }
 }
 
-/// False if input is left on the connection that is no next request.
-bool Connection::serveExchange(Session& session)
+Connection::Next Connection::serveExchange(Session& session)
 {
     HTTPServerResponseImpl response(session);
     std::unique_ptr<Request> request;
@@ -244,7 +243,7 @@ bool Connection::serveExchange(Session& session)
         const std::optional<RequestError> error = explain(failure, session.networkException());
         if (error)
             sendHeadError(session, *error);
-        return !error;
+        return error ? Next::UNREAD_INPUT : Next::EXCHANGE;
     }
     response.setVersion(HTTPMessage::HTTP_1_1);
     response.setDate(Poco::Timestamp());
@@ -254,7 +253,17 @@ bool Connection::serveExchange(Session& session)
         m_context.handlers->createRequestHandler(*request));
     handler->handleRequest(*request, response);
     session.setKeepAlive(response.getKeepAlive());
-    return !request->hasUnreadBody();
+    if (response.getStatus() == HTTPStatus::HTTP_SWITCHING_PROTOCOLS)
+        return Next::WEBSOCKET;
+    return request->hasUnreadBody() ? Next::UNREAD_INPUT : Next::EXCHANGE;
+}
+
+/// The socket is shared, so that it stays open when this connection ends.
+void Connection::handOver(Session& session)
+{
+    Poco::Buffer<char> received(0);
+    session.drainBuffer(received);
+    m_context.webSockets.take(socket(), {received.begin(), received.end()});
 }
 
 /// To close a connection on which input is unread resets it, and the reset may overtake the answer. So the

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "DeadlineSocket.h"
+#include "Live/LiveServer.h"
 #include "ServiceKit/HttpServer.h"
 
 #include <Poco/Net/HTTPServerParams.h>
@@ -58,6 +59,7 @@ struct ServerContext {
     ServerOptions options;
     Poco::Net::HTTPServerParams::Ptr params;
     Poco::Net::HTTPRequestHandlerFactory::Ptr handlers;
+    LiveServer& webSockets;
     OpenConnections connections;
 };
 
@@ -65,7 +67,7 @@ struct ServerContext {
 ///
 /// It reads messages more strictly than Poco's own connection, bounds the time of each exchange, answers also
 /// what is no request with a response document, and closes so that the last answer reaches a client that is
-/// still sending.
+/// still sending. One that becomes a WebSocket is handed over.
 class Connection : public Poco::Net::TCPServerConnection
 {
 public:
@@ -79,8 +81,12 @@ private:
     class Session;
     class Request;
 
+    /// What is left to do behind an exchange.
+    enum class Next { EXCHANGE, UNREAD_INPUT, WEBSOCKET };
+
     void serve();
-    bool serveExchange(Session& session);
+    Next serveExchange(Session& session);
+    void handOver(Session& session);
     void closeBehindUnreadInput();
 
     ServerContext& m_context;

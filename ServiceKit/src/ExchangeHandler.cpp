@@ -3,6 +3,7 @@
 #include "Command/HttpRequest.h"
 #include "HTTPEncoderDecoder.h"
 #include "Http/ZoviHttpCacheHandler.h"
+#include "Live/Handshake.h"
 #include "Logging/LogStream.h"
 #include "QueryFault.h"
 #include "RequestChecks.h"
@@ -146,6 +147,13 @@ void sendNotModified(const HTTPServerRequest& request, HTTPServerResponse& respo
     response.send();
 }
 
+/// The head alone: what follows on the connection is no HTTP any more.
+void sendHandshake(const HTTPServerRequest& request, HTTPServerResponse& response)
+{
+    acceptHandshake(request, response);
+    response.send().flush();
+}
+
 /// A document that cannot be printed is found out only now.
 void sendOrReport(const HttpResponse& answer, const HTTPServerRequest& request, HTTPServerResponse& response)
 {
@@ -165,9 +173,10 @@ void sendOrReport(const HttpResponse& answer, const HTTPServerRequest& request, 
 
 } // namespace
 
-ExchangeHandler::ExchangeHandler(const ServiceTree& tree, const ExchangeOptions& options)
+ExchangeHandler::ExchangeHandler(const ServiceTree& tree, const ExchangeOptions& options, WebSocketGate gate)
     : m_tree(tree)
     , m_options(options)
+    , m_gate(std::move(gate))
 {
 }
 
@@ -177,7 +186,10 @@ void ExchangeHandler::handleRequest(HTTPServerRequest& request, HTTPServerRespon
     const HttpResponse answer = answerOrRefuse(request, response);
     if (m_hasUnreadBody)
         response.setKeepAlive(false);
-    sendOrReport(answer, request, response);
+    if (answer.getStatus() == HTTPStatus::HTTP_SWITCHING_PROTOCOLS)
+        sendHandshake(request, response);
+    else
+        sendOrReport(answer, request, response);
 }
 
 HttpResponse ExchangeHandler::answerOrRefuse(HTTPServerRequest& request, HTTPServerResponse& response)
@@ -188,6 +200,8 @@ HttpResponse ExchangeHandler::answerOrRefuse(HTTPServerRequest& request, HTTPSer
         response.set("Allow", refusal.allowed());
         return refusal.toResponse();
     } catch (const RequestError& refusal) {
+        if (refusal.status() == HTTPStatus::HTTP_UPGRADE_REQUIRED)
+            tellHandshake(response);
         return refusal.toResponse();
     } catch (...) {
         return describeUnforeseen(request);
@@ -202,6 +216,8 @@ HttpResponse ExchangeHandler::answer(HTTPServerRequest& request, HTTPServerRespo
     const MethodSet::Method method = methodOf(request);
     checkOrigin(request, m_options);
     checkMethod(checkAddress(request, m_options), method);
+    if (m_gate && asksForWebSocket(request))
+        return openWebSocket(request);
     checkBodyLength(request, m_options);
 
     Net::HTTPEncoderDecoder decoder(request, response);
@@ -223,6 +239,14 @@ void ExchangeHandler::checkMethod(const UrlPath& path, MethodSet::Method method)
     throw MethodNotAllowed(inQuotes(path.getUri().getPath()) + " allows only " + header, header);
 }
 
+HttpResponse ExchangeHandler::openWebSocket(const HTTPServerRequest& request) const
+{
+    checkHandshake(request);
+    if (!m_gate())
+        throw RequestError(HTTPStatus::HTTP_SERVICE_UNAVAILABLE, "no more WebSockets are taken");
+    return HttpResponse(HTTPStatus::HTTP_SWITCHING_PROTOCOLS);
+}
+
 HttpResponse ExchangeHandler::fulfil(const HttpRequest& request) const
 {
     if (MethodSet::readOnly().contains(request.getType()))
@@ -231,15 +255,17 @@ HttpResponse ExchangeHandler::fulfil(const HttpRequest& request) const
 }
 
 ExchangeHandlerFactory::ExchangeHandlerFactory(std::shared_ptr<const ServiceTree> tree,
-                                               const ExchangeOptions& options)
+                                               const ExchangeOptions& options,
+                                               ExchangeHandler::WebSocketGate gate)
     : m_tree(std::move(tree))
     , m_options(options)
+    , m_gate(std::move(gate))
 {
 }
 
 Poco::Net::HTTPRequestHandler* ExchangeHandlerFactory::createRequestHandler(const HTTPServerRequest&)
 {
-    return new ExchangeHandler(*m_tree, m_options);
+    return new ExchangeHandler(*m_tree, m_options, m_gate);
 }
 
 } // namespace Zovi::ServiceKit

@@ -70,7 +70,8 @@ class HttpServer::Running
 public:
     Running(const std::shared_ptr<const ServiceTree>& tree, const ServerOptions& options,
             const Poco::Net::ServerSocket& socket)
-        : m_context{options, makeParams(options), new ExchangeHandlerFactory(tree, options.exchange), {}}
+        : m_webSockets(tree, options.live, options.exchange.maxUrlLength)
+        , m_context{options, makeParams(options), makeHandlers(tree, options), m_webSockets, {}}
         , m_threads(1, options.maxConnections)
         , m_server(new ConnectionFactory(m_context), m_threads, socket, m_context.params)
     {
@@ -79,6 +80,7 @@ public:
 
     ~Running()
     {
+        m_webSockets.beginStop();
         m_context.connections.stop();
         m_server.stop();
         if (!m_context.connections.waitUntilClosed(m_context.options.stopTimeout))
@@ -90,6 +92,13 @@ public:
     Running& operator=(const Running&) = delete;
 
 private:
+    Poco::Net::HTTPRequestHandlerFactory::Ptr makeHandlers(const std::shared_ptr<const ServiceTree>& tree,
+                                                           const ServerOptions& options) const
+    {
+        return new ExchangeHandlerFactory(tree, options.exchange, [this] { return m_webSockets.hasRoom(); });
+    }
+
+    LiveServer m_webSockets;
     ServerContext m_context;
     Poco::ThreadPool m_threads;
     Poco::Net::TCPServer m_server;

@@ -1,5 +1,6 @@
 #include "RequestChecks.h"
 
+#include "Live/Handshake.h"
 #include "OwnHosts.h"
 #include "ServiceKit/RequestError.h"
 #include "ServiceKit/Text.h"
@@ -33,16 +34,6 @@ const std::string HEADER_ORIGIN = "Origin";
 [[noreturn]] void refuse(HTTPStatus status, const std::string& message)
 {
     throw RequestError(status, message);
-}
-
-std::vector<std::string> valuesOf(const HTTPServerRequest& request, const std::string& name)
-{
-    std::vector<std::string> values;
-    for (const auto& [header, value] : request) {
-        if (Poco::icompare(header, name) == 0)
-            values.push_back(value);
-    }
-    return values;
 }
 
 bool isTokenCharacter(char character)
@@ -123,6 +114,16 @@ UrlPath parseAddress(const Poco::URI& uri)
 
 } // namespace
 
+std::vector<std::string> valuesOf(const HTTPServerRequest& request, const std::string& name)
+{
+    std::vector<std::string> values;
+    for (const auto& [header, value] : request) {
+        if (Poco::icompare(header, name) == 0)
+            values.push_back(value);
+    }
+    return values;
+}
+
 bool mayHaveBody(const HTTPServerRequest& request)
 {
     if (request.has(HTTPMessage::TRANSFER_ENCODING))
@@ -160,11 +161,14 @@ void checkHost(const HTTPServerRequest& request, const ExchangeOptions& options)
 
 void checkOrigin(const HTTPServerRequest& request, const ExchangeOptions& options)
 {
-    if (!writes(request.getMethod()))
+    const bool isWebSocket = asksForWebSocket(request);
+    if (!isWebSocket && !writes(request.getMethod()))
         return;
     for (const std::string& origin : valuesOf(request, HEADER_ORIGIN)) {
         if (!isOwnOrigin(origin, request.get(HTTPRequest::HOST, ""), options.origins))
-            refuse(HTTPStatus::HTTP_FORBIDDEN, "pages of " + inQuotes(origin) + " may not write here");
+            refuse(HTTPStatus::HTTP_FORBIDDEN,
+                   "pages of " + inQuotes(origin) +
+                       (isWebSocket ? " may not open WebSockets here" : " may not write here"));
     }
 }
 

@@ -6,12 +6,17 @@
 #include <Poco/Net/HTTPServerRequest.h>
 
 #include <cstddef>
+#include <string>
+#include <vector>
 
 namespace Zovi::ServiceKit
 {
 
 /// Whether bytes may follow the head that are no next request. A POST without a length is taken for one.
 bool mayHaveBody(const Poco::Net::HTTPServerRequest& request);
+
+/// The values of all headers of that name, in their order. Case does not count.
+std::vector<std::string> valuesOf(const Poco::Net::HTTPServerRequest& request, const std::string& name);
 
 // Each of these throws `RequestError` if the request does not pass.
 
@@ -21,7 +26,7 @@ void checkHead(const Poco::Net::HTTPServerRequest& request);
 /// It is meant for this service.
 void checkHost(const Poco::Net::HTTPServerRequest& request, const ExchangeOptions& options);
 
-/// A request that writes does not come from the page of a stranger.
+/// A request that writes or opens a WebSocket does not come from the page of a stranger.
 void checkOrigin(const Poco::Net::HTTPServerRequest& request, const ExchangeOptions& options);
 
 /// The end of the body is known beforehand, and is not too far away.

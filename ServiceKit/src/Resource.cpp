@@ -6,6 +6,7 @@
 
 #include <Poco/Net/HTTPRequest.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace Zovi::ServiceKit
@@ -47,6 +48,8 @@ std::string MethodSet::toHeader() const
     return header;
 }
 
+ChangeListener::~ChangeListener() = default;
+
 Resource::Resource(const Reference& reference, const std::string& description)
     : m_reference(reference)
     , m_description(description)
@@ -79,6 +82,32 @@ Poco::SharedPtr<Data::ElementGeneric> Resource::makeElement(const Poco::UUID& id
 {
     return new Data::ElementGeneric(Poco::URI(m_reference.element(id, name).uri), toValidUtf8(name),
                                     Data::INVALID_XOBJ_ID);
+}
+
+bool Resource::tellsOfChanges() const
+{
+    return false;
+}
+
+void Resource::addChangeListener(const std::weak_ptr<ChangeListener>& listener)
+{
+    const std::lock_guard lock(m_listenerMutex);
+    const auto isGone = [](const std::weak_ptr<ChangeListener>& other) { return other.expired(); };
+    m_listeners.erase(std::remove_if(m_listeners.begin(), m_listeners.end(), isGone), m_listeners.end());
+    m_listeners.push_back(listener);
+}
+
+void Resource::notifyChanged() const
+{
+    std::vector<std::weak_ptr<ChangeListener>> listeners;
+    {
+        const std::lock_guard lock(m_listenerMutex);
+        listeners = m_listeners;
+    }
+    for (const std::weak_ptr<ChangeListener>& listener : listeners) {
+        if (const std::shared_ptr<ChangeListener> living = listener.lock())
+            living->onChanged(*this);
+    }
 }
 
 } // namespace Zovi::ServiceKit

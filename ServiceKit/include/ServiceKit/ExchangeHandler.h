@@ -10,6 +10,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -35,8 +36,8 @@ struct ExchangeOptions {
     /// a stranger cannot reach the service by a name that it lets point here. Case does not count.
     std::vector<std::string> hostNames;
 
-    /// Origins beside the service's own whose pages may write, as a browser tells them:
-    /// "https://panel.example". A write from any other origin is refused with 403.
+    /// Origins beside the service's own whose pages may write and open WebSockets, as a browser tells them:
+    /// "https://panel.example". A write or a WebSocket from any other origin is refused with 403.
     std::vector<std::string> origins;
 };
 
@@ -45,9 +46,10 @@ struct ExchangeOptions {
 ///
 /// | Status | When |
 /// | --- | --- |
+/// | 101 | a WebSocket is opened |
 /// | 304 | a GET or HEAD whose "If-None-Match" names what would be answered; the tag, and no body |
 /// | 400 | no usable "Host", a malformed message, URL, query or body |
-/// | 403 | a write from a foreign "Origin" |
+/// | 403 | a write, or a WebSocket, from a foreign "Origin" |
 /// | 404 | a malformed address, or nothing there |
 /// | 405 | a known method that the address does not support; "Allow" tells which it does |
 /// | 408 | the request did not arrive in time |
@@ -55,8 +57,10 @@ struct ExchangeOptions {
 /// | 413, 414 | a body, a URL over its limit |
 /// | 415 | an unknown content coding |
 /// | 421 | a "Host" of somebody else |
+/// | 426 | a WebSocket of another version |
 /// | 500 | an exception, which is logged and not told |
 /// | 501 | an unknown method or transfer coding |
+/// | 503 | no more WebSockets are taken |
 /// | 505 | a version of the protocol other than 1.0 and 1.1 |
 ///
 /// A file goes out with a policy that keeps a page to what this service itself offers: no inline script or
@@ -67,11 +71,17 @@ struct ExchangeOptions {
 ///
 /// A handler serves one exchange. When a body is left unread, the connection is closed behind the answer,
 /// since the rest of the body would be taken for the next request.
+///
+/// A WebSocket may be opened on any address of the tree. Behind the answer 101 the connection is the matter
+/// of whoever has called the handler.
 class ExchangeHandler : public Poco::Net::HTTPRequestHandler
 {
 public:
-    /// Both must outlive the handler.
-    ExchangeHandler(const ServiceTree& tree, const ExchangeOptions& options);
+    /// Says whether one more WebSocket is taken.
+    using WebSocketGate = std::function<bool()>;
+
+    /// Both must outlive the handler. Without a gate a request for a WebSocket is answered as any other.
+    ExchangeHandler(const ServiceTree& tree, const ExchangeOptions& options, WebSocketGate gate = {});
 
     /// Never throws on account of the request or the tree. What the connection throws while the answer is
     /// being sent goes to the caller.
@@ -84,19 +94,23 @@ private:
     Command::HttpResponse answer(Poco::Net::HTTPServerRequest& request,
                                  Poco::Net::HTTPServerResponse& response);
     void checkMethod(const Command::UrlPath& path, MethodSet::Method method) const;
+    Command::HttpResponse openWebSocket(const Poco::Net::HTTPServerRequest& request) const;
     Command::HttpResponse fulfil(const Command::HttpRequest& request) const;
 
     const ServiceTree& m_tree;
     const ExchangeOptions& m_options;
+    WebSocketGate m_gate;
     bool m_hasUnreadBody = true;
 };
 
-/// Makes an `ExchangeHandler` for each request. Shares the tree, copies the options.
+/// Makes an `ExchangeHandler` for each request. Shares the tree, copies the options and the gate, which any
+/// thread may ask.
 class ExchangeHandlerFactory : public Poco::Net::HTTPRequestHandlerFactory
 {
 public:
     /// For the exchanges with `tree`.
-    ExchangeHandlerFactory(std::shared_ptr<const ServiceTree> tree, const ExchangeOptions& options);
+    ExchangeHandlerFactory(std::shared_ptr<const ServiceTree> tree, const ExchangeOptions& options,
+                           ExchangeHandler::WebSocketGate gate = {});
 
     /// A new handler, which the caller owns.
     Poco::Net::HTTPRequestHandler* createRequestHandler(const Poco::Net::HTTPServerRequest& request) override;
@@ -104,6 +118,7 @@ public:
 private:
     std::shared_ptr<const ServiceTree> m_tree;
     ExchangeOptions m_options;
+    ExchangeHandler::WebSocketGate m_gate;
 };
 
 } // namespace Zovi::ServiceKit

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ServiceKit/ExchangeHandler.h"
+#include "ServiceKit/LiveOptions.h"
 
 #include <Poco/Net/ServerSocket.h>
 #include <Poco/Net/SocketAddress.h>
@@ -43,14 +44,33 @@ struct ServerOptions {
 
     /// What each exchange accepts.
     ExchangeOptions exchange;
+
+    LiveOptions live;
 };
 
-/// Serves a tree over HTTP.
+/// Serves a tree over HTTP, and lets clients follow it over WebSockets.
 ///
 ///     auto tree = std::make_shared<ServiceTree>(rootId);
 ///     tree->add(myService);
 ///     HttpServer server(tree, options);
 ///     server.start();
+///
+/// A WebSocket may be opened on any address. A client asks by a `WebSocketRequestObject`, whose event is an
+/// address with a query as in a URL, and is told by `WebSocketResponseObject`s:
+///
+///     -> {"type":"subscribe","event":"/shop/basket?$limit=5","updatelimit":1000}
+///     <- {"event":"/shop/basket?$limit=5","status":"ok","type":"subscribe"}
+///     <-
+///     {"data":[...],"event":"/shop/basket?$limit=5","status":"ok","timestamp":1767225600000,"type":"data"}
+///
+/// The data are those of an answer to the same address over HTTP. They come at once, and again when they have
+/// changed, never sooner than the update limit allows (milliseconds, 30 if not told); with an "interval", at
+/// that interval, whether they have changed or not. An error comes in place of the acknowledgement if there
+/// is nothing to follow, and in place of the data if they cannot be had; an element that is deleted is told
+/// by the code 410, and the subscription is over. To subscribe again gives new times; "unsubscribe" ends it.
+///
+/// The event is given back as `Poco::URI` writes it, which is how messages are to be matched. "$expand" may
+/// stand on elements; on all else only with level 0.
 ///
 /// Its threads are its own. `start` and `stop` are called by one thread.
 class HttpServer
@@ -73,7 +93,8 @@ public:
     /// Serves from now on; listens first if `listen` was not called, and then throws as it does. Called once.
     void start();
 
-    /// Takes no more connections, closes the idle ones, waits for the exchanges under way and breaks off
+    /// Takes no more connections, tells the WebSockets that it goes (close code 1001), closes the idle
+    /// connections, waits for the exchanges under way and breaks off
     /// those that take longer than `stopTimeout`. Returns when no thread of the server runs any more. Calling
     /// it again does nothing.
     void stop();

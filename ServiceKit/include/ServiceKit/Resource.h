@@ -13,6 +13,8 @@
 #include <bitset>
 #include <cstddef>
 #include <initializer_list>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -43,6 +45,24 @@ public:
 
 private:
     std::bitset<Method::DELETE + 1> m_methods;
+};
+
+class Resource;
+
+/// Whoever wants to hear when a resource has changed.
+class ChangeListener
+{
+public:
+    virtual ~ChangeListener();
+
+    /// Called by the thread that has made the change. It must return soon, must not throw, and must not ask
+    /// the resource.
+    virtual void onChanged(const Resource& resource) = 0;
+
+protected:
+    ChangeListener() = default;
+    ChangeListener(const ChangeListener&) = default;
+    ChangeListener& operator=(const ChangeListener&) = default;
 };
 
 /// A collection of elements that a service offers; a service derives from it.
@@ -88,6 +108,13 @@ public:
     /// `RequestError` with status 501.
     virtual Command::HttpResponse write(const Command::HttpRequest& request);
 
+    /// Whether `notifyChanged` is called after every change. Who follows such a resource hears of a change at
+    /// once; all others are asked again and again. False if not overridden.
+    virtual bool tellsOfChanges() const;
+
+    /// From now on `listener` is told of changes, until nobody else holds it any more.
+    void addChangeListener(const std::weak_ptr<ChangeListener>& listener);
+
 protected:
     /// `reference` is as a rule the `child` of the service's.
     Resource(const Reference& reference, const std::string& description);
@@ -96,10 +123,16 @@ protected:
     /// no UTF-8 is made valid.
     Poco::SharedPtr<Data::ElementGeneric> makeElement(const Poco::UUID& id, const std::string& name) const;
 
+    /// To be called after a change, when the next reader would see it. Holds no lock while it tells the
+    /// listeners.
+    void notifyChanged() const;
+
 private:
     Reference m_reference;
     std::string m_description;
     Data::XObjectGeneric m_object;
+    mutable std::mutex m_listenerMutex;
+    std::vector<std::weak_ptr<ChangeListener>> m_listeners;
 };
 
 } // namespace Zovi::ServiceKit

@@ -1,0 +1,76 @@
+#pragma once
+
+#include "Live/Frame.h"
+#include "Live/SendQueue.h"
+#include "Live/Subscriptions.h"
+#include "ServiceKit/LiveOptions.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Zovi::ServiceKit
+{
+
+/// One WebSocket behind its handshake: what comes, what goes, and when it is over.
+///
+/// It holds no socket and no clock; the owner moves the bytes and tells the time.
+class LiveConnection
+{
+public:
+    using Time = LiveClock::time_point;
+
+    /// `options` must outlive it.
+    LiveConnection(const LiveOptions& options, Time now);
+
+    /// Takes bytes that have come. Gives the messages that have become whole; pings and closes are answered
+    /// here. What comes once the connection is closing is dropped.
+    std::vector<std::string> receive(std::string_view bytes, Time now);
+
+    void send(SharedFrame frame, Time now);
+
+    /// See `SendQueue`.
+    void sendState(const std::string& event, SharedFrame frame, Time now);
+    void dropState(const std::string& event) { m_queue.dropState(event); }
+
+    /// Sends a close frame in place of all that has not begun to go out. Nothing is sent after it.
+    void close(std::uint16_t code, Time now);
+
+    /// Sends a ping to who has been silent for long; ends the connection if a client does not answer, does
+    /// not read, or does not end a closed connection. To be called every now and then.
+    void checkTimes(Time now);
+
+    /// Whether more may be read. False while the client does not take the replies to what it has sent.
+    bool wantsToReceive() const;
+
+    bool wantsToSend() const { return !m_queue.isEmpty(); }
+
+    /// What is to go out next; see `SendQueue`.
+    std::string_view nextBytes() const { return m_queue.front(); }
+    void noteSent(std::size_t count, Time now);
+
+    /// The close frame has gone out: nothing more is sent, and all that is left is to wait for the client.
+    bool hasSentAll() const { return m_closingSince && m_queue.isEmpty(); }
+
+    /// The connection is to be dropped, whatever it has still to send.
+    bool isOver() const { return m_isOver; }
+
+private:
+    void handle(FrameEvent& event, std::vector<std::string>& messages, Time now);
+    void answerPing(std::string_view payload, Time now);
+    bool startsToSend() const { return m_queue.isEmpty(); }
+    void noteQueued(bool hasStarted, Time now);
+
+    const LiveOptions& m_options;
+    FrameReader m_reader;
+    SendQueue m_queue;
+    Time m_lastReceived;
+    Time m_sendingSince; ///< when the frame at the front became the next one
+    bool m_hasPinged = false;
+    std::optional<Time> m_closingSince;
+    bool m_isOver = false;
+};
+
+} // namespace Zovi::ServiceKit

@@ -1,0 +1,231 @@
+#include "Live/Subscriptions.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace Zovi::ServiceKit
+{
+
+Subscriptions::Subscriptions(Milliseconds shortestPollPeriod)
+    : m_shortestPollPeriod(shortestPollPeriod)
+{
+}
+
+void Subscriptions::add(ConnectionId connection, const SharedRequest& request, const SubscriptionTerms& terms,
+                        const ChangeSource& source)
+{
+    const std::string key = request->getEvent().toString();
+    const auto event = m_events.try_emplace(key).first;
+    if (!event->second.request) {
+        event->second.request = request;
+        event->second.source = source;
+    }
+    const auto [position, isNew] = event->second.subscriptions.try_emplace(connection);
+    position->second.terms = terms;
+    position->second.nextInterval = Time();
+    ++position->second.openRequests;
+    if (isNew) {
+        m_eventsOf[connection].insert(key);
+        ++m_count;
+    }
+    schedule(event);
+}
+
+std::optional<std::size_t> Subscriptions::remove(ConnectionId connection, const std::string& event)
+{
+    if (!has(connection, event))
+        return std::nullopt;
+    const auto position = m_events.find(event);
+    const std::size_t openRequests = position->second.subscriptions.at(connection).openRequests;
+    position->second.subscriptions.erase(connection);
+    forget(connection, event);
+    eraseOrSchedule(position);
+    return openRequests;
+}
+
+void Subscriptions::removeAll(ConnectionId connection)
+{
+    const auto events = m_eventsOf.find(connection);
+    if (events == m_eventsOf.end())
+        return;
+    for (const std::string& key : std::set<std::string>(events->second))
+        remove(connection, key);
+}
+
+bool Subscriptions::has(ConnectionId connection, const std::string& event) const
+{
+    const auto events = m_eventsOf.find(connection);
+    return events != m_eventsOf.end() && events->second.count(event) > 0;
+}
+
+std::size_t Subscriptions::count(ConnectionId connection) const
+{
+    const auto events = m_eventsOf.find(connection);
+    return events == m_eventsOf.end() ? 0 : events->second.size();
+}
+
+void Subscriptions::markChanged(const Resource& resource)
+{
+    for (auto event = m_events.begin(); event != m_events.end(); ++event) {
+        if (event->second.source.resource != &resource)
+            continue;
+        event->second.isChanged = true;
+        schedule(event);
+    }
+}
+
+std::optional<Subscriptions::Time> Subscriptions::nextDue() const
+{
+    if (m_due.empty())
+        return std::nullopt;
+    return m_due.begin()->first;
+}
+
+std::vector<Evaluation> Subscriptions::takeDue(Time now)
+{
+    std::vector<Evaluation> evaluations;
+    while (!m_due.empty() && m_due.begin()->first <= now) {
+        const auto event = m_events.find(m_due.begin()->second);
+        evaluations.push_back(begin(event->second, ++m_lastEvaluation, now));
+        schedule(event);
+    }
+    return evaluations;
+}
+
+Evaluation Subscriptions::begin(Event& event, std::uint64_t id, Time now)
+{
+    bool isAlwaysSent = false;
+    for (auto& [connection, subscription] : event.subscriptions) {
+        const bool hasInterval = subscription.terms.interval.count() > 0;
+        subscription.awaited = subscription.openRequests;
+        subscription.mustHear = hasInterval && subscription.isEstablished && subscription.nextInterval <= now;
+        subscription.mayHear = !hasInterval && subscription.isEstablished &&
+                               subscription.lastSent + subscription.terms.updateLimit <= now;
+        isAlwaysSent = isAlwaysSent || subscription.awaited > 0 || subscription.mustHear ||
+                       (subscription.mayHear && isBehind(event, subscription));
+    }
+    event.evaluation = id;
+    event.evaluatedAt = now;
+    event.isChanged = false;
+    return {id, event.request, event.known, isAlwaysSent};
+}
+
+bool Subscriptions::isBehind(const Event& event, const Subscription& subscription)
+{
+    return subscription.sent != event.known;
+}
+
+std::vector<Delivery> Subscriptions::finish(const Evaluation& evaluation, Outcome outcome,
+                                            const Fingerprint& fingerprint, Time now)
+{
+    std::vector<Delivery> deliveries;
+    const std::string key = evaluation.request->getEvent().toString();
+    const auto event = m_events.find(key);
+    // All who were subscribed may have left meanwhile, and others come.
+    if (event == m_events.end() || event->second.evaluation != evaluation.id)
+        return deliveries;
+    event->second.evaluation.reset();
+    event->second.known = fingerprint;
+    auto& subscriptions = event->second.subscriptions;
+    for (auto position = subscriptions.begin(); position != subscriptions.end();) {
+        const ConnectionId connection = position->first;
+        std::optional<Delivery> delivery = deliver(position->second, outcome, fingerprint, now);
+        const bool isEnded = delivery && delivery->kind != Delivery::Kind::STATE;
+        if (delivery) {
+            delivery->connection = connection;
+            deliveries.push_back(*delivery);
+        }
+        position = isEnded ? subscriptions.erase(position) : std::next(position);
+        if (isEnded)
+            forget(connection, key);
+    }
+    eraseOrSchedule(event);
+    return deliveries;
+}
+
+/// The delivery to one subscriber, which is not named in it; nothing if it has nothing to hear.
+std::optional<Delivery> Subscriptions::deliver(Subscription& subscription, Outcome outcome,
+                                               const Fingerprint& fingerprint, Time now)
+{
+    const std::size_t awaited = std::exchange(subscription.awaited, 0);
+    const bool isOwed = std::exchange(subscription.mustHear, false) || awaited > 0;
+    const bool isNews = std::exchange(subscription.mayHear, false) && subscription.sent != fingerprint;
+    if (outcome == Outcome::ABSENT && subscription.isEstablished)
+        return Delivery{0, Delivery::Kind::GONE, subscription.openRequests};
+    if (outcome != Outcome::STATE && awaited > 0)
+        return Delivery{0, Delivery::Kind::REFUSAL, subscription.openRequests};
+    if (!isOwed && !isNews)
+        return std::nullopt;
+    subscription.openRequests -= awaited;
+    noteSent(subscription, fingerprint, now);
+    return Delivery{0, Delivery::Kind::STATE, awaited};
+}
+
+void Subscriptions::noteSent(Subscription& subscription, const Fingerprint& fingerprint, Time now)
+{
+    const SubscriptionTerms& terms = subscription.terms;
+    // The beat is kept, but messages that were missed are not sent one after the other.
+    const Time nextBeat = subscription.nextInterval + terms.interval;
+    subscription.nextInterval =
+        nextBeat > now ? std::max(nextBeat, now + terms.updateLimit) : now + terms.interval;
+    subscription.isEstablished = true;
+    subscription.lastSent = now;
+    subscription.sent = fingerprint;
+}
+
+std::optional<Subscriptions::Time> Subscriptions::dueTime(const Event& event,
+                                                          const Subscription& subscription) const
+{
+    if (subscription.openRequests > 0)
+        return Time();
+    if (subscription.terms.interval.count() > 0)
+        return subscription.nextInterval;
+    const Time limit = subscription.lastSent + subscription.terms.updateLimit;
+    if (event.isChanged || isBehind(event, subscription))
+        return limit;
+    if (event.source.isPolled)
+        return std::max(limit,
+                        event.evaluatedAt + std::max(subscription.terms.updateLimit, m_shortestPollPeriod));
+    return std::nullopt;
+}
+
+void Subscriptions::schedule(Events::iterator event)
+{
+    std::optional<Time> earliest;
+    if (!event->second.evaluation) {
+        for (const auto& [connection, subscription] : event->second.subscriptions) {
+            const std::optional<Time> due = dueTime(event->second, subscription);
+            if (due && (!earliest || *due < *earliest))
+                earliest = due;
+        }
+    }
+    setDue(event, earliest);
+}
+
+void Subscriptions::setDue(Events::iterator event, std::optional<Time> due)
+{
+    if (event->second.due)
+        m_due.erase({*event->second.due, event->first});
+    event->second.due = due;
+    if (due)
+        m_due.insert({*due, event->first});
+}
+
+void Subscriptions::forget(ConnectionId connection, const std::string& key)
+{
+    const auto events = m_eventsOf.find(connection);
+    events->second.erase(key);
+    if (events->second.empty())
+        m_eventsOf.erase(events);
+    --m_count;
+}
+
+void Subscriptions::eraseOrSchedule(Events::iterator event)
+{
+    if (!event->second.subscriptions.empty())
+        return schedule(event);
+    setDue(event, std::nullopt);
+    m_events.erase(event);
+}
+
+} // namespace Zovi::ServiceKit
