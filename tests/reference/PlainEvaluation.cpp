@@ -502,7 +502,8 @@ int compareValues(const Var& left, const Var& right, int depth)
         }
         return 0;
     }
-    return order(left.toString(), right.toString());
+    const std::string leftText = left.toString();
+    return order(leftText, right.toString());
 }
 
 struct SortField {

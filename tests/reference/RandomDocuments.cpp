@@ -14,16 +14,58 @@ namespace Zovi::Test
 namespace
 {
 
+using namespace std::string_literals;
 using Poco::Dynamic::Var;
 using Poco::JSON::Array;
 using Poco::JSON::Object;
 
 const std::vector<std::string> NAMES{"id", "name", "uri", "a", "b", "c", "items", "", "x.y"};
-const std::vector<std::string> TEXTS{"",  "a",   "b",    "ab",   "abc",  "a.b",   "axb",  "A",   "10",
-                                     "9", "1.5", "1.50", "true", "a\nb", "abc\n", "100%", "a,b", " a "};
+/// Some agree in more characters than fit into a number, and go on with a NUL byte or nothing.
+const std::vector<std::string> TEXTS{
+    "",    "a",    "b",     "ab",       "abc",        "a.b",        "axb",         "A",           "10",
+    "9",   "1.5",  "1.50",  "true",     "a\nb",       "abc\n",      "100%",        "a,b",         " a ",
+    "\0"s, "a\0"s, "a\0b"s, "/svc/res", "/svc/res/a", "/svc/res/b", "/svc/res\0"s, "/svc/res\xFF"};
 const std::vector<std::string> IDS{
     "11111111-1111-1111-1111-111111111111", "22222222-2222-2222-2222-222222222222",
     "aaaaaaaa-aaaa-aaaa-aaaa-aaaaaaaaaaaa", "AAAAAAAA-AAAA-AAAA-AAAA-AAAAAAAAAAAA"};
+
+constexpr std::size_t DISTINCT_IDS = 311;
+
+/// The numbers below `DISTINCT_IDS` give as many ids.
+std::string distinctId(std::size_t number)
+{
+    const std::string digits = std::to_string(number % DISTINCT_IDS);
+    return std::string(8 - digits.size(), '0') + digits + "-0000-4000-8000-000000000000";
+}
+
+/// The number in one of the types that a service may put into a document, of one signedness each.
+Var asNumber(std::size_t type, int value)
+{
+    switch (type) {
+    case 0:
+        return static_cast<Poco::Int8>(value);
+    case 1:
+        return static_cast<Poco::Int16>(value);
+    case 2:
+        return static_cast<Poco::Int32>(value);
+    case 3:
+        return Poco::Int64{value} * 1'000'000'000'000;
+    case 4:
+        return static_cast<Poco::UInt8>(value + 100);
+    case 5:
+        return static_cast<Poco::UInt16>(value + 100);
+    case 6:
+        return static_cast<Poco::UInt32>(value + 100);
+    case 7:
+        return std::numeric_limits<Poco::UInt64>::max() - static_cast<Poco::UInt64>(value + 100);
+    case 8:
+        return static_cast<float>(value) / 3.0F;
+    default:
+        return value * 1e300;
+    }
+}
+
+constexpr std::size_t NUMBER_TYPES = 10;
 
 std::string encoded(const std::string& text)
 {
@@ -161,16 +203,33 @@ Array RandomDocuments::mixedCollection()
     return array;
 }
 
+Array RandomDocuments::largeMixedCollection()
+{
+    Array array;
+    const std::size_t size = 17 + m_random.below(40);
+    for (std::size_t i = 0; i < size; ++i) {
+        const Object::Ptr object = mixedObject();
+        Object::Ptr(object)->set("id", distinctId(i));
+        Object::Ptr(object)->set(SERIAL_NUMBER, static_cast<Poco::Int64>(i));
+        array.add(object);
+    }
+    return array;
+}
+
 Array RandomDocuments::uniformCollection()
 {
     Array array;
     const std::size_t size = m_random.oneIn(5) ? m_random.below(301) : m_random.below(60);
+    const bool hasDistinctIds = m_random.oneIn(2);
+    m_numberType = m_random.below(NUMBER_TYPES);
     for (std::size_t i = 0; i < size; ++i) {
         const Object::Ptr object = new Object;
         for (const std::string& name : NAMES) {
             if (!m_random.oneIn(6))
                 Object::Ptr(object)->set(name, uniformValue(name));
         }
+        if (hasDistinctIds)
+            Object::Ptr(object)->set("id", distinctId(i * 37));
         array.add(object);
     }
     return array;
@@ -181,7 +240,7 @@ Var RandomDocuments::uniformValue(const std::string& name)
     if (name == "id")
         return id();
     if (name == "a")
-        return static_cast<Poco::Int64>(m_random.below(40)) - 20;
+        return asNumber(m_numberType, static_cast<int>(m_random.below(40)) - 20);
     if (name == "b")
         return static_cast<double>(m_random.below(40)) / 4.0;
     if (name == "c")
@@ -222,6 +281,8 @@ Var RandomDocuments::anyArray(int depth)
 
 Var RandomDocuments::anyValue(int depth)
 {
+    if (m_random.oneIn(60))
+        return m_random.oneIn(2) ? Var(Array::Ptr()) : Var(Object::Ptr());
     if (depth >= 4 || !m_random.oneIn(4))
         return anyScalar();
     if (m_random.oneIn(2)) {
@@ -254,7 +315,7 @@ Var RandomDocuments::anyScalar()
     case 9:
         return static_cast<Poco::Int64>(m_random.below(12)) - 2;
     case 10:
-        return static_cast<Poco::UInt32>(m_random.below(12));
+        return asNumber(m_random.below(NUMBER_TYPES), static_cast<int>(m_random.below(40)) - 20);
     default:
         return m_random.pick(TEXTS);
     }
@@ -262,7 +323,17 @@ Var RandomDocuments::anyScalar()
 
 std::string RandomDocuments::id()
 {
-    return m_random.pick(IDS);
+    return m_random.oneIn(3) ? distinctId(m_random.below(DISTINCT_IDS)) : m_random.pick(IDS);
+}
+
+std::string RandomDocuments::searchAndOrder()
+{
+    std::string text = "?$sortby=" + encoded(sortList(false));
+    if (m_random.oneIn(3))
+        text += "&" + encoded(m_random.pick(NAMES)) + "=" + encoded(searchValue());
+    if (m_random.oneIn(6))
+        text += "&$q=" + encoded(searchValue());
+    return text;
 }
 
 std::string RandomDocuments::query(bool isUniform)
@@ -329,8 +400,8 @@ std::string RandomDocuments::sortList(bool isUniform)
 
 std::string RandomDocuments::searchValue()
 {
-    static const std::vector<std::string> PIECES{"%", "a", "b", "%25", ",",  " ",
-                                                 ".", "1", "0", "5",   "\n", "x"};
+    static const std::vector<std::string> PIECES{"%", "a", "b", "%25", ",", " ",  ".",
+                                                 "1", "0", "5", "\n",  "x", "\0"s};
     if (m_random.oneIn(3))
         return m_random.pick(TEXTS);
     if (m_random.oneIn(6))
@@ -401,7 +472,10 @@ std::string describe(const Var& value)
         out << '}';
     } else if (value.type() == typeid(Array::Ptr)) {
         out << "*[";
-        describeElements(*value.extract<Array::Ptr>(), out);
+        if (const Array::Ptr array = value.extract<Array::Ptr>())
+            describeElements(*array, out);
+        else
+            out << "nullptr";
         out << ']';
     } else if (value.type() == typeid(Object)) {
         out << '{';

@@ -5,6 +5,7 @@
 #include <Poco/JSON/Array.h>
 #include <Poco/JSON/Object.h>
 
+#include <cstddef>
 #include <string>
 
 namespace Zovi::Test
@@ -14,6 +15,8 @@ namespace Zovi::Test
 class RandomDocuments
 {
 public:
+    static constexpr const char* SERIAL_NUMBER = "serial";
+
     explicit RandomDocuments(RandomSource& random)
         : m_random(random)
     {
@@ -24,7 +27,12 @@ public:
     /// insertion; and between the objects elements that are none.
     Poco::JSON::Array mixedCollection();
 
-    /// A collection of up to 300 objects whose members hold one kind of value each, or are missing.
+    /// A collection of more than 16 such objects and nothing else. Each has an id and tells its place by a
+    /// member `SERIAL_NUMBER`, by which no query asks.
+    Poco::JSON::Array largeMixedCollection();
+
+    /// A collection of up to 300 objects whose members hold one kind of value each, or are missing. In half
+    /// of them no two objects have the same id.
     Poco::JSON::Array uniformCollection();
 
     /// An object as in `mixedCollection`.
@@ -33,6 +41,9 @@ public:
     /// The text of a query, with the question mark in front unless it is empty. `isUniform` says for which
     /// kind of collection.
     std::string query(bool isUniform);
+
+    /// The text of a query that sorts, and may search, but cuts no page.
+    std::string searchAndOrder();
 
 private:
     Poco::Dynamic::Var anyValue(int depth);
@@ -48,6 +59,7 @@ private:
     std::string number();
 
     RandomSource& m_random;
+    std::size_t m_numberType = 0;
 };
 
 /// A copy of `array` that shares nothing with it and in which what was shared is shared as before.
