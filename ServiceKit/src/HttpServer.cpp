@@ -70,7 +70,7 @@ class HttpServer::Running
 public:
     Running(const std::shared_ptr<const ServiceTree>& tree, const ServerOptions& options,
             const Poco::Net::ServerSocket& socket)
-        : m_webSockets(tree, options.live, options.exchange.maxUrlLength)
+        : m_webSockets(tree, options.live, options.exchange)
         , m_context{options, makeParams(options), makeHandlers(tree, options), m_webSockets, {}}
         , m_threads(1, options.maxConnections)
         , m_server(new ConnectionFactory(m_context), m_threads, socket, m_context.params)

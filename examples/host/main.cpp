@@ -5,6 +5,9 @@
 #include <Poco/Exception.h>
 #include <Poco/Net/DNS.h>
 
+#include <sys/resource.h>
+
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <exception>
@@ -18,6 +21,8 @@ namespace
 using namespace Zovi;
 
 constexpr int EXIT_USAGE = 2;
+
+constexpr rlim_t WANTED_DESCRIPTORS = 4096;
 
 /// A little less than the two seconds that are promised.
 constexpr std::chrono::milliseconds STOP_TIME(1'800);
@@ -67,8 +72,19 @@ void printAddresses(const Poco::Net::SocketAddress& address)
     std::cout << "or in a browser:\n  http://" << authority << "/cdn/explorer/index.html\n" << std::flush;
 }
 
+/// A thousand WebSockets need more descriptors than a process is given at first.
+void raiseDescriptorLimit()
+{
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return;
+    limit.rlim_cur = std::min<rlim_t>(std::max<rlim_t>(limit.rlim_cur, WANTED_DESCRIPTORS), limit.rlim_max);
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 int serve(ServiceKit::ServerOptions options)
 {
+    raiseDescriptorLimit();
     addMachineName(options.exchange);
     const Host::HostTree host = Host::makeHostTree("/");
     ServiceKit::HttpServer server(host.tree, options);

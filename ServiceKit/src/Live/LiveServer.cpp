@@ -48,11 +48,12 @@ void prepare(Poco::Net::StreamSocket& socket)
 } // namespace
 
 LiveServer::LiveServer(std::shared_ptr<const ServiceTree> tree, const LiveOptions& options,
-                       std::size_t maxUrlLength)
+                       const ExchangeOptions& exchangeOptions)
     : m_tree(std::move(tree))
     , m_options(options)
+    , m_exchangeOptions(exchangeOptions)
     , m_reader(*m_tree)
-    , m_protocol(*m_tree, m_options, maxUrlLength)
+    , m_protocol(*m_tree, m_options, m_exchangeOptions)
     , m_inbox(std::make_shared<LoopInbox>())
     , m_poll(std::make_unique<Poll>())
     , m_evaluations(options.evaluationThreads, m_reader,

@@ -4,6 +4,7 @@
 #include "Live/LiveConnection.h"
 #include "Live/LoopInbox.h"
 #include "Live/SubscriptionProtocol.h"
+#include "ServiceKit/ExchangeHandler.h"
 #include "ServiceKit/LiveOptions.h"
 #include "ServiceKit/ServiceTree.h"
 #include "ServiceKit/TreeReader.h"
@@ -29,8 +30,9 @@ class Poll;
 class LiveServer
 {
 public:
-    /// Shares the tree. Begins its threads.
-    LiveServer(std::shared_ptr<const ServiceTree> tree, const LiveOptions& options, std::size_t maxUrlLength);
+    /// Shares the tree, copies the options. Begins its threads.
+    LiveServer(std::shared_ptr<const ServiceTree> tree, const LiveOptions& options,
+               const ExchangeOptions& exchangeOptions);
 
     /// Stops. Returns when no thread of it runs any more.
     ~LiveServer();
@@ -80,6 +82,7 @@ private:
 
     std::shared_ptr<const ServiceTree> m_tree;
     LiveOptions m_options;
+    ExchangeOptions m_exchangeOptions;
     TreeReader m_reader;
     SubscriptionProtocol m_protocol;
     std::shared_ptr<LoopInbox> m_inbox;

@@ -3,6 +3,7 @@
 #include "Command/HttpResponse.h"
 #include "Command/WebSocketResponseObject.h"
 #include "QueryFault.h"
+#include "RequestChecks.h"
 #include "ServiceKit/RequestError.h"
 #include "ServiceKit/Text.h"
 
@@ -122,25 +123,26 @@ std::optional<std::string> refuseMessage(const WebSocketRequestObject& request)
 }
 
 std::optional<std::string> refuseSubscription(const WebSocketRequestObject& request, const ServiceTree& tree,
-                                              std::size_t maxUrlLength)
+                                              const ExchangeOptions& options)
 {
     const Poco::URI& event = request.getEvent();
-    if (event.toString().size() > maxUrlLength)
+    if (event.toString().size() > options.maxUrlLength)
         return refusal(request, HTTPStatus::HTTP_REQUEST_URI_TOO_LONG,
-                       "an event may have " + std::to_string(maxUrlLength) + " bytes at most");
+                       "an event may have " + std::to_string(options.maxUrlLength) + " bytes at most");
     const UrlPath address = addressOf(event);
     if (!isPathAlone(event) || !address.isValid() || isStaticFile(address))
         return refuseAddress(request);
+    try {
+        checkQuerySize(request.getUrlPath(), options.maxQueryEntries);
+        tree.methodsAt(address);
+    } catch (const RequestError& error) {
+        return refusal(request, error.status(), error.what());
+    }
     if (hasBadExpansion(request, address))
         return refusal(request, WebSocketResponseObject::invalideSubscriptionExpansionLevel,
                        event.toString());
     if (!request.getUrlPath().isValid())
         return refuseQuery(request);
-    try {
-        tree.methodsAt(request.getUrlPath());
-    } catch (const RequestError& absence) {
-        return refusal(request, absence.status(), absence.what());
-    }
     return std::nullopt;
 }
 

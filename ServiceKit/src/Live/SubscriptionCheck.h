@@ -2,10 +2,10 @@
 
 #include "Command/WebSocketRequestObject.h"
 #include "Live/Subscriptions.h"
+#include "ServiceKit/ExchangeHandler.h"
 #include "ServiceKit/LiveOptions.h"
 #include "ServiceKit/ServiceTree.h"
 
-#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -19,7 +19,7 @@ std::optional<std::string> refuseMessage(const Command::WebSocketRequestObject& 
 /// The text of the error message with which a correct request to subscribe is refused; nothing if its event
 /// may be evaluated. Whether an element exists is not asked.
 std::optional<std::string> refuseSubscription(const Command::WebSocketRequestObject& request,
-                                              const ServiceTree& tree, std::size_t maxUrlLength);
+                                              const ServiceTree& tree, const ExchangeOptions& options);
 
 /// How often the subscriber wants to hear, as far as `options` allow. With an interval there is no message
 /// in between, and none of the two times is longer than a year.

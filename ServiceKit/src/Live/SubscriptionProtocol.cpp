@@ -58,10 +58,10 @@ std::string refuseType(const WebSocketRequestObject& request)
 } // namespace
 
 SubscriptionProtocol::SubscriptionProtocol(const ServiceTree& tree, const LiveOptions& options,
-                                           std::size_t maxUrlLength)
+                                           const ExchangeOptions& exchangeOptions)
     : m_tree(tree)
     , m_options(options)
-    , m_maxUrlLength(maxUrlLength)
+    , m_exchangeOptions(exchangeOptions)
     , m_subscriptions(options.shortestPollPeriod)
 {
 }
@@ -87,7 +87,7 @@ Messages SubscriptionProtocol::answer(ConnectionId connection, const SharedReque
 
 Messages SubscriptionProtocol::subscribe(ConnectionId connection, const SharedRequest& request)
 {
-    if (const std::optional<std::string> refusal = refuseSubscription(*request, m_tree, m_maxUrlLength))
+    if (const std::optional<std::string> refusal = refuseSubscription(*request, m_tree, m_exchangeOptions))
         return reply(connection, *refusal);
     const bool isNew = !m_subscriptions.has(connection, request->getEvent().toString());
     const std::string limit = isNew ? describeLimit(connection) : "";

@@ -2,10 +2,10 @@
 
 #include "Live/EventEvaluation.h"
 #include "Live/Subscriptions.h"
+#include "ServiceKit/ExchangeHandler.h"
 #include "ServiceKit/LiveOptions.h"
 #include "ServiceKit/ServiceTree.h"
 
-#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -35,8 +35,9 @@ class SubscriptionProtocol
 public:
     using Messages = std::vector<OutgoingMessage>;
 
-    /// `tree` and `options` must outlive it.
-    SubscriptionProtocol(const ServiceTree& tree, const LiveOptions& options, std::size_t maxUrlLength);
+    /// All three must outlive it.
+    SubscriptionProtocol(const ServiceTree& tree, const LiveOptions& options,
+                         const ExchangeOptions& exchangeOptions);
 
     /// Takes a message of a client.
     Messages receive(ConnectionId connection, const std::string& text);
@@ -58,7 +59,7 @@ private:
 
     const ServiceTree& m_tree;
     const LiveOptions& m_options;
-    std::size_t m_maxUrlLength;
+    const ExchangeOptions& m_exchangeOptions;
     Subscriptions m_subscriptions;
 };
 
