@@ -1,10 +1,10 @@
 #include "ServiceKit/Resource.h"
 
 #include "Data/ResourceBase.h"
-#include "ServiceKit/RequestError.h"
 #include "ServiceKit/Text.h"
 
 #include <Poco/Net/HTTPRequest.h>
+#include <Poco/String.h>
 
 #include <algorithm>
 #include <utility>
@@ -75,6 +75,20 @@ MethodSet Resource::elementMethods() const
 Command::HttpResponse Resource::write(const Command::HttpRequest&)
 {
     throw RequestError(Command::HTTPStatus::HTTP_NOT_IMPLEMENTED, "");
+}
+
+Poco::UUID Resource::elementId(const Command::UrlPath& path) const
+{
+    Poco::UUID id;
+    if (!id.tryParse(path.getElement()) || id.toString() != Poco::toLower(path.getElement()))
+        throw absence(path);
+    return id;
+}
+
+RequestError Resource::absence(const Command::UrlPath& path) const
+{
+    return {Command::HTTPStatus::HTTP_NOT_FOUND,
+            m_reference.uri + " has no element " + inQuotes(path.getElement())};
 }
 
 Poco::SharedPtr<Data::ElementGeneric> Resource::makeElement(const Poco::UUID& id,

@@ -5,12 +5,10 @@
 #include "Command/ResponseObject.h"
 #include "QueryFault.h"
 #include "ServiceKit/RequestError.h"
-#include "ServiceKit/Text.h"
 
 #include <Poco/JSON/Array.h>
 #include <Poco/JSON/Object.h>
 #include <Poco/RegularExpression.h>
-#include <Poco/String.h>
 
 namespace Zovi::ServiceKit
 {
@@ -79,23 +77,12 @@ Poco::JSON::Object::Ptr accessRights(const Service& service)
     return object;
 }
 
-/// The address checks a UUID more generously than it is written here: a text with anything behind the UUID,
-/// or without its hyphens, names no element.
-Data::ElementBase::Ptr findElement(const Resource& resource, const std::string& idText)
-{
-    Poco::UUID id;
-    if (!id.tryParse(idText) || id.toString() != Poco::toLower(idText))
-        return {};
-    return resource.element(id);
-}
-
 HttpResponse answerElementOf(const Resource& resource, const RequestBase& request)
 {
-    const std::string& id = request.getUrlPath().getElement();
-    const Data::ElementBase::Ptr element = findElement(resource, id);
+    const UrlPath& path = request.getUrlPath();
+    const Data::ElementBase::Ptr element = resource.element(resource.elementId(path));
     if (!element)
-        throw RequestError(HTTPStatus::HTTP_NOT_FOUND,
-                           resource.reference().uri + " has no element " + inQuotes(id));
+        throw resource.absence(path);
     return answerElement(request, *element);
 }
 

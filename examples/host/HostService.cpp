@@ -4,6 +4,7 @@
 #include "FilesystemResource.h"
 #include "HostIdentity.h"
 #include "InterfaceResource.h"
+#include "NoteResource.h"
 #include "ProcessResource.h"
 
 #include <string>
@@ -22,7 +23,7 @@ const char* const INTERFACE_VERSION = "1";
 
 } // namespace
 
-HostTree makeHostTree(const std::filesystem::path& root)
+HostTree makeHostTree(const std::filesystem::path& root, const std::shared_ptr<NoteStore>& notes)
 {
     const HostIdentity identity = readHostIdentity(root);
     const auto tree = std::make_shared<ServiceKit::ServiceTree>(identity.machine);
@@ -34,6 +35,8 @@ HostTree makeHostTree(const std::filesystem::path& root)
     service->add(std::make_shared<ProcessResource>(host, identity, root));
     service->add(std::make_shared<InterfaceResource>(host, root));
     service->add(std::make_shared<FilesystemResource>(host, root));
+    if (notes)
+        service->add(std::make_shared<NoteResource>(host, notes));
     tree->add(service);
     tree->add(makeExplorer());
     return {tree, service};

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "NoteStore.h"
 #include "ServiceKit/ServiceTree.h"
 
 #include <filesystem>
@@ -16,6 +17,8 @@ struct HostTree {
 
 /// Makes the service with the processes, network interfaces and filesystems of the machine, read from the
 /// files under `root`, "/" as a rule. Its port is not set.
-HostTree makeHostTree(const std::filesystem::path& root);
+///
+/// With `notes`, which it shares, there is a resource for them too.
+HostTree makeHostTree(const std::filesystem::path& root, const std::shared_ptr<NoteStore>& notes = {});
 
 } // namespace Zovi::Host

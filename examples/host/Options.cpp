@@ -79,6 +79,8 @@ Options parseOptions(const std::vector<std::string>& arguments)
             options.server.port = parsePort(reader.value());
         else if (*option == "--host-name")
             options.server.exchange.hostNames.push_back(reader.value());
+        else if (*option == "--database")
+            options.database = reader.value();
         else if (*option == "--help")
             options.task = Options::Task::SHOW_HELP;
         else if (*option == "--version")
@@ -92,17 +94,23 @@ Options parseOptions(const std::vector<std::string>& arguments)
 std::string helpText()
 {
     return "Usage: kyr-host [OPTION]...\n"
-           "Serves the processes, network interfaces and filesystems of this machine over HTTP.\n"
+           "Serves the processes, network interfaces and filesystems of this machine over HTTP, and\n"
+           "keeps notes.\n"
            "\n"
            "  --listen ADDRESS    listen on this address (127.0.0.1); 0.0.0.0 and :: mean every one\n"
            "  --port NUMBER       listen on this TCP port (8080); 0 takes any free one\n"
            "  --host-name NAME    answer also requests for this host name, may be repeated;\n"
            "                      localhost, the machine's name and its addresses need not be told\n"
+           "  --database FILE     keep the notes in this SQLite file; ':memory:' forgets them at the end\n"
            "  --help              show this text and end\n"
            "  --version           show the version and end\n"
            "\n"
+           "Without --database the notes are in notes.sqlite in $STATE_DIRECTORY, in\n"
+           "$XDG_STATE_HOME/kyr-host or in $HOME/.local/state/kyr-host, the first that is set. If that\n"
+           "cannot be used, it says so and serves all but the notes.\n"
+           "\n"
            "It ends on SIGINT and SIGTERM. There is no protection by password: whoever reaches the\n"
-           "address may read everything.\n";
+           "address may read everything, and write notes.\n";
 }
 
 std::string versionText()

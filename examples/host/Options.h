@@ -2,6 +2,7 @@
 
 #include "ServiceKit/HttpServer.h"
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -15,6 +16,9 @@ struct Options {
 
     Task task = Task::SERVE;
     ServiceKit::ServerOptions server;
+
+    /// The file for the notes; nothing stands for the usual place.
+    std::optional<std::string> database;
 };
 
 /// Thrown for a command line that makes no sense; its text names what does not.

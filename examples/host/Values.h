@@ -15,6 +15,16 @@ using Text = Data::AttributeValueStringable<std::string>;
 using TextList = Data::AttributeValueStringArray;
 using Integer = Data::AttributeValueInteger;
 
+/// True or false.
+class Flag : public Data::AttributeValue<bool, Data::AttributeValueBase>
+{
+public:
+    Flag(bool value)
+        : AttributeValue(value)
+    {
+    }
+};
+
 /// A count of the kernel's, which uses all of its 64 bits.
 class Counter : public Data::AttributeValue<std::uint64_t, Data::AttributeValueBase>
 {

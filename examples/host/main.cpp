@@ -1,7 +1,9 @@
 #include "HostService.h"
 #include "LastResort.h"
 #include "Options.h"
+#include "StateFolder.h"
 
+#include <Poco/Environment.h>
 #include <Poco/Exception.h>
 #include <Poco/Net/DNS.h>
 
@@ -11,7 +13,11 @@
 #include <chrono>
 #include <csignal>
 #include <exception>
+#include <filesystem>
 #include <iostream>
+#include <memory>
+#include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -60,14 +66,40 @@ void addMachineName(ServiceKit::ExchangeOptions& options)
     options.hostNames.push_back(name + ".local");
 }
 
-void printAddresses(const Poco::Net::SocketAddress& address)
+std::shared_ptr<Host::NoteStore> openUsualNotes()
+{
+    const auto folder =
+        Host::stateFolder([](const std::string& name) { return Poco::Environment::get(name, ""); });
+    if (!folder)
+        throw Host::NoteStoreError("no folder to keep notes in, see --help");
+    std::filesystem::create_directories(*folder);
+    return std::make_shared<Host::NoteStore>((*folder / "notes.sqlite").string());
+}
+
+/// A file that somebody names must be good. If the usual one is not, the machine can still be looked at.
+std::shared_ptr<Host::NoteStore> openNotes(const std::optional<std::string>& file)
+{
+    if (file)
+        return std::make_shared<Host::NoteStore>(*file);
+    try {
+        return openUsualNotes();
+    } catch (const std::runtime_error& failure) {
+        std::cerr << "kyr-host: serves no notes: " << failure.what() << "\n";
+        return {};
+    }
+}
+
+void printAddresses(const Poco::Net::SocketAddress& address, const ServiceKit::Service& service)
 {
     // Who listens on every address can be reached by this one.
     const std::string host = address.host().isWildcard() ? "localhost" : "";
     const std::string authority =
         host.empty() ? address.toString() : host + ":" + std::to_string(address.port());
     std::cout << "kyr-host listens on " << address.toString() << ". Try:\n";
-    for (const char* path : {"/", "/host", "/host/processes", "/host/interfaces", "/host/filesystems"})
+    std::vector<std::string> paths{"/", service.reference().uri};
+    for (const auto& resource : service.resources())
+        paths.push_back(resource->reference().uri);
+    for (const std::string& path : paths)
         std::cout << "  curl -s http://" << authority << path << "\n";
     std::cout << "or in a browser:\n  http://" << authority << "/cdn/explorer/index.html\n" << std::flush;
 }
@@ -82,11 +114,11 @@ void raiseDescriptorLimit()
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-int serve(ServiceKit::ServerOptions options)
+int serve(ServiceKit::ServerOptions options, const std::optional<std::string>& database)
 {
     raiseDescriptorLimit();
     addMachineName(options.exchange);
-    const Host::HostTree host = Host::makeHostTree("/");
+    const Host::HostTree host = Host::makeHostTree("/", openNotes(database));
     ServiceKit::HttpServer server(host.tree, options);
     try {
         // A name server may keep this waiting, so the signals still end the program at once.
@@ -99,7 +131,7 @@ int serve(ServiceKit::ServerOptions options)
     host.service->info().setPort(server.address().port());
     holdBackSignals();
     server.start();
-    printAddresses(server.address());
+    printAddresses(server.address(), *host.service);
     waitForEnd();
     Host::endProcessAfter(STOP_TIME);
     server.stop();
@@ -118,7 +150,7 @@ int run(const Host::Options& options)
     case Host::Options::Task::SERVE:
         break;
     }
-    return serve(options.server);
+    return serve(options.server, options.database);
 }
 
 } // namespace

@@ -74,6 +74,27 @@ TEST(Resource, MakesElementsWhoseNamesAreValidText)
     EXPECT_EQ(element->id(), Data::INVALID_XOBJ_ID);
 }
 
+TEST(Resource, TakesForAnIdOnlyWhatIsWrittenAsOne)
+{
+    const Puppet puppet(rootReference(ROOT_ID).child("shop"), [] { return Data::ElementCollection(); });
+    const auto idAt = [&puppet](const std::string& id) {
+        return puppet.elementId(Command::UrlPath("/shop/puppet/" + id));
+    };
+    EXPECT_EQ(idAt("aaaaaaaa-0000-0000-0000-000000000001"), APPLE_ID);
+    EXPECT_EQ(idAt("AAAAAAAA-0000-0000-0000-000000000001"), APPLE_ID);
+    for (const std::string id :
+         {"aaaaaaaa000000000000000000000001", "aaaaaaaa-0000-0000-0000-000000000001x"}) {
+        SCOPED_TRACE(id);
+        try {
+            idAt(id);
+            ADD_FAILURE() << "not refused";
+        } catch (const RequestError& refusal) {
+            EXPECT_EQ(refusal.status(), Command::HTTPStatus::HTTP_NOT_FOUND);
+            EXPECT_EQ(refusal.what(), "/shop/puppet has no element '" + id + "'");
+        }
+    }
+}
+
 TEST(Resource, RefusesToWriteUnlessItIsOverridden)
 {
     Puppet puppet(rootReference(ROOT_ID).child("shop"), [] { return Data::ElementCollection(); });

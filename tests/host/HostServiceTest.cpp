@@ -26,6 +26,13 @@ TEST(HostService, OffersTheMachineAsOneService)
     EXPECT_THAT(uris, ElementsAre("/host", "/host/processes", "/host/interfaces", "/host/filesystems"));
 }
 
+TEST(HostService, OffersNotesWhereTheyCanBeKept)
+{
+    const MadeUpMachine machine;
+    const auto service = makeHostTree(machine.root(), std::make_shared<NoteStore>(":memory:")).service;
+    EXPECT_EQ(service->resources().back()->reference().uri, "/host/notes");
+}
+
 TEST(HostService, PresentsItself)
 {
     const MadeUpMachine machine;

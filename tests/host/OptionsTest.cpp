@@ -16,17 +16,21 @@ TEST(Options, ServesOnTheLoopbackAddressUnlessToldOtherwise)
     EXPECT_EQ(options.task, Options::Task::SERVE);
     EXPECT_EQ(options.server.listenAddress, "127.0.0.1");
     EXPECT_EQ(options.server.port, 8080);
+    EXPECT_EQ(options.database, std::nullopt);
 }
 
 TEST(Options, TakesAValueBehindTheOptionOrAnEqualsSign)
 {
     for (const std::vector<std::string>& arguments :
-         {std::vector<std::string>{"--listen", "::1", "--port", "0", "--host-name", "a", "--host-name", "b"},
-          std::vector<std::string>{"--listen=::1", "--port=0", "--host-name=a", "--host-name=b"}}) {
+         {std::vector<std::string>{"--listen", "::1", "--port", "0", "--host-name", "a", "--host-name", "b",
+                                   "--database", "x.db"},
+          std::vector<std::string>{"--listen=::1", "--port=0", "--host-name=a", "--host-name=b",
+                                   "--database=x.db"}}) {
         const Options options = parseOptions(arguments);
         EXPECT_EQ(options.server.listenAddress, "::1");
         EXPECT_EQ(options.server.port, 0);
         EXPECT_THAT(options.server.exchange.hostNames, ElementsAre("a", "b"));
+        EXPECT_EQ(options.database, "x.db");
     }
 }
 
@@ -35,7 +39,7 @@ TEST(Options, ShowsHelpAndVersion)
     EXPECT_EQ(parseOptions({"--help"}).task, Options::Task::SHOW_HELP);
     EXPECT_EQ(parseOptions({"--version"}).task, Options::Task::SHOW_VERSION);
     EXPECT_THAT(versionText(), MatchesRegex("kyr-host [0-9]+\\.[0-9]+\\.[0-9]+\n"));
-    for (const char* option : {"--listen", "--port", "--host-name", "--help", "--version"})
+    for (const char* option : {"--listen", "--port", "--host-name", "--database", "--help", "--version"})
         EXPECT_THAT(helpText(), HasSubstr(option));
 }
 
@@ -50,6 +54,7 @@ TEST(Options, NamesWhatMakesNoSense)
         {{""}, "unknown option ''"},
         {{"--port"}, "--port needs a value"},
         {{"--port="}, "--port needs a value"},
+        {{"--database"}, "--database needs a value"},
         {{"--listen", ""}, "--listen needs a value"},
         {{"--port", "x"}, "--port needs a number from 0 to 65535, not 'x'"},
         {{"--port", "65536"}, "--port needs a number from 0 to 65535, not '65536'"},

@@ -5,6 +5,7 @@
 #include <Poco/PipeStream.h>
 #include <Poco/Process.h>
 
+#include <algorithm>
 #include <csignal>
 #include <stdexcept>
 #include <string>
@@ -14,12 +15,20 @@
 namespace Zovi::Test
 {
 
-/// The real program of the host service in a process of its own.
+/// The real program of the host service in a process of its own. It keeps its notes in memory unless it is
+/// told where to keep them.
 class HostProgram
 {
 public:
     explicit HostProgram(const std::vector<std::string>& arguments = {"--port", "0"})
-        : m_process(Poco::Process::launch(KYR_HOST_PROGRAM, arguments, nullptr, &m_output, &m_errors))
+        : HostProgram(withDatabase(arguments), {})
+    {
+    }
+
+    /// With exactly these arguments, and these environment variables in place of its own.
+    HostProgram(const std::vector<std::string>& arguments, const Poco::Process::Env& environment)
+        : m_process(
+              Poco::Process::launch(KYR_HOST_PROGRAM, arguments, nullptr, &m_output, &m_errors, environment))
         , m_outputStream(m_output)
         , m_errorStream(m_errors)
     {
@@ -69,6 +78,13 @@ public:
     std::string restOfErrors() { return rest(m_errorStream); }
 
 private:
+    static std::vector<std::string> withDatabase(std::vector<std::string> arguments)
+    {
+        if (std::find(arguments.begin(), arguments.end(), "--database") == arguments.end())
+            arguments.insert(arguments.end(), {"--database", ":memory:"});
+        return arguments;
+    }
+
     static std::string rest(std::istream& stream)
     {
         return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};

@@ -5,6 +5,7 @@
 #include "Data/ElementBase.h"
 #include "Data/XObjectGeneric.h"
 #include "ServiceKit/Reference.h"
+#include "ServiceKit/RequestError.h"
 
 #include <Poco/JSON/Object.h>
 #include <Poco/SharedPtr.h>
@@ -114,6 +115,13 @@ public:
 
     /// From now on `listener` is told of changes, until nobody else holds it any more.
     void addChangeListener(const std::weak_ptr<ChangeListener>& listener);
+
+    /// The id of the element that `path` addresses. The address takes more for a UUID than is written as one:
+    /// a text without hyphens or with something behind it. No element has such an id, so `absence` is thrown.
+    Poco::UUID elementId(const Command::UrlPath& path) const;
+
+    /// The refusal of a request for an element that is not there: status 404.
+    RequestError absence(const Command::UrlPath& path) const;
 
 protected:
     /// `reference` is as a rule the `child` of the service's.
