@@ -5,7 +5,8 @@ Usage: check-pages.py --programs FOLDER [--emulator PROGRAM] [--update] PAGE...
 
 A page says in comments what the block below each of them must be:
 
-    <!-- snippet: examples/Model.cpp create -->   the lines between "// [create]" and "// [/create]"
+    <!-- snippet: examples/Model.cpp create -->   the lines between "// [create]" and "// [/create]",
+                                                  or all of the file if the name is "all"
     <!-- output: Model create -->                 what the program Model writes behind the line "[create]",
                                                   up to the next such line
     <!-- answered by: QueryPage -->               the page is what the program QueryPage makes of it
@@ -34,6 +35,8 @@ class Problem(Exception):
 def snippet(path, name):
     """The lines of a region of a source file, without their common indentation."""
     lines = path.read_text().splitlines()
+    if name == "all":
+        return lines
     stripped = [line.strip() for line in lines]
     try:
         begin = stripped.index(f"// [{name}]")

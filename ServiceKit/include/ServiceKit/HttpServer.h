@@ -45,6 +45,7 @@ struct ServerOptions {
     /// What each exchange accepts.
     ExchangeOptions exchange;
 
+    /// What following over WebSockets costs at most.
     LiveOptions live;
 };
 

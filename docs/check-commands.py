@@ -1,0 +1,139 @@
+#!/usr/bin/env python3
+"""Runs the commands on a page against a service and compares the answers that the page shows.
+
+Usage: check-commands.py --serve NAME=COMMAND... [--page-address HOST:PORT] [--shape] [--update] PAGE
+
+COMMAND starts a service and makes it print where it listens; the page asks the first one until a comment names another,
+<!-- served by: NAME -->. A block of the kind "sh" with a curl in it is run as it
+stands, with the address on the page replaced by the real one; the next block, if it is "json" or "text", is what it
+writes. Times and ETags may differ. With --shape every value may, as on another machine, and then the two must have the
+same keys and types.
+"""
+
+import argparse
+import contextlib
+import difflib
+import json
+import pathlib
+import re
+import shlex
+import signal
+import subprocess
+import sys
+
+BLOCK = re.compile(r"^```(\w+)\n(.*?)^```$|^<!-- served by: (\w+) -->$", re.DOTALL | re.MULTILINE)
+ADDRESS = re.compile(r"listens on (?:http://)?([\d.]+:\d+)")
+MASKS = ((r'"timestamp":\d+', '"timestamp":0'), (r"(?m)^Date: .*$", "Date: ..."))
+
+
+class Service:
+    """A service that runs while it is needed."""
+
+    def __init__(self, command):
+        self.process = subprocess.Popen(shlex.split(command), stdout=subprocess.PIPE, text=True)
+        found = None
+        while not found:
+            line = self.process.stdout.readline()
+            if not line:
+                sys.exit(f"{command}: ended without telling where it listens")
+            found = ADDRESS.search(line)
+        self.address = found.group(1)
+
+    def close(self):
+        self.process.send_signal(signal.SIGTERM)
+        self.process.wait(20)
+
+
+def run(command, page_address, address):
+    command = command.replace(page_address, address)
+    done = subprocess.run(["bash", "-c", command], stdout=subprocess.PIPE, check=False, timeout=60)
+    text = done.stdout.decode().replace("\r", "").replace(address, page_address)
+    return text if text.endswith("\n") else text + "\n"
+
+
+def masked(text):
+    for pattern, replacement in MASKS:
+        text = re.sub(pattern, replacement, text)
+    return text
+
+
+def shape(value):
+    """A value with everything left out that depends on the machine."""
+    if isinstance(value, dict):
+        return {key: shape(entry) for key, entry in value.items()}
+    if isinstance(value, list):
+        return [shape(value[0])] if value else []
+    return type(value).__name__
+
+
+def comparable(kind, text, is_shape):
+    if is_shape and kind == "json":
+        return json.dumps(shape(json.loads(text)), indent=1, sort_keys=True) + "\n"
+    return masked(text)
+
+
+class Checker:
+    """Goes through the blocks of a page in their order."""
+
+    def __init__(self, arguments):
+        self.arguments = arguments
+        self.commands = dict(serve.split("=", 1) for serve in arguments.serve)
+        self.service = Service(next(iter(self.commands.values())))
+        self.given = None
+        self.asked = 0
+        self.wrong = 0
+
+    def close(self):
+        self.service.close()
+
+    def block(self, match):
+        """What stands in place of a block."""
+        kind, body, name = match.groups()
+        if name:
+            self.service.close()
+            self.service = Service(self.commands[name])
+            return match.group(0)
+        if kind == "sh":
+            self.given = self.ask(body) if "curl " in body else None
+            return match.group(0)
+        if self.given is None:
+            return match.group(0)
+        body = self.compare(kind, body)
+        self.given = None
+        return f"```{kind}\n{body}```"
+
+    def ask(self, command):
+        self.asked += 1
+        return run(command, self.arguments.page_address, self.service.address)
+
+    def compare(self, kind, body):
+        expected, actual = (comparable(kind, side, self.arguments.shape) for side in (body or "null", self.given))
+        if expected == actual:
+            return body
+        self.wrong += not self.arguments.update
+        if not self.arguments.update:
+            difference = difflib.unified_diff(expected.splitlines(True), actual.splitlines(True), "page", "service")
+            sys.stdout.writelines(difference)
+        return self.given
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("--serve", action="append", required=True)
+    parser.add_argument("--page-address", default="127.0.0.1:8080")
+    parser.add_argument("--shape", action="store_true")
+    parser.add_argument("--update", action="store_true")
+    parser.add_argument("page", type=pathlib.Path)
+    arguments = parser.parse_args()
+    checker = Checker(arguments)
+    text = arguments.page.read_text()
+    with contextlib.closing(checker):
+        text = BLOCK.sub(checker.block, text)
+    if arguments.update:
+        arguments.page.write_text(text)
+    print(f"{arguments.page}: {checker.asked} commands, {checker.wrong} wrong answers")
+    sys.exit(1 if checker.wrong or not checker.asked else 0)
+
+
+if __name__ == "__main__":
+    main()

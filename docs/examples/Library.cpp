@@ -1,0 +1,149 @@
+// The shelf of examples/minimal grown by a second resource: books that refer to their authors.
+
+#include <Data/AttributeValue.h>
+#include <ServiceKit/HttpServer.h>
+#include <ServiceKit/RequestError.h>
+#include <ServiceKit/ResourceReference.h>
+#include <ServiceKit/Specification.h>
+
+#include <csignal>
+#include <iostream>
+
+using namespace Zovi;
+using namespace Zovi::ServiceKit;
+using Text = Data::AttributeValueStringable<std::string>;
+
+// [reference]
+/// An attribute that refers to an element and keeps it alive.
+class ElementReference : public Data::AttributeValue<Data::ElementBase::Ptr, Data::AttributeValueObjectBase>
+{
+public:
+    ElementReference(const Data::ElementBase::Ptr& element)
+        : AttributeValue(element)
+    {
+    }
+
+    const Data::XObjectBase* getReferencedObject() const override { return get().get(); }
+};
+// [/reference]
+
+/// What both resources do: find an element among all.
+class Shelf : public Resource
+{
+public:
+    using Resource::Resource;
+
+    Data::ElementBase::Ptr element(const Poco::UUID& id) const override
+    {
+        for (const Data::ElementBase::Ptr& candidate : elements())
+            if (candidate->getId() == id)
+                return candidate;
+        return {};
+    }
+};
+
+// [authors]
+struct Author {
+    std::string name;
+    int born;
+};
+const std::vector<Author> AUTHORS = {{"Jane Austen", 1775}, {"Mary Shelley", 1797}};
+
+class Authors : public Shelf
+{
+public:
+    explicit Authors(const Reference& shelf)
+        : Shelf(shelf.child("authors"), "Who wrote the books.")
+    {
+    }
+
+    Poco::JSON::Object::Ptr specification() const override
+    {
+        return makeSpecification(reference().name, description(),
+                                 {{"born", "integer", "", "The year of birth."}});
+    }
+
+    Data::ElementCollection elements() const override
+    {
+        Data::ElementCollection authors;
+        for (const Author& author : AUTHORS) {
+            auto element = makeElement(idOf(author.name), author.name);
+            element->setValue<Data::AttributeValueInteger>("born", author.born);
+            authors.push_back(element);
+        }
+        return authors;
+    }
+
+    Poco::UUID idOf(const std::string& name) const { return nameBasedId(reference().id, name); }
+};
+// [/authors]
+
+struct Book {
+    std::string title, author;
+    int pages;
+};
+const std::vector<Book> BOOKS = {
+    {"Emma", "Jane Austen", 474},
+    {"Persuasion", "Jane Austen", 249},
+    {"Frankenstein", "Mary Shelley", 280},
+};
+
+// [books]
+class Books : public Shelf
+{
+public:
+    Books(const Reference& shelf, const std::shared_ptr<const Authors>& authors)
+        : Shelf(shelf.child("books"), "The books on the shelf.")
+        , m_authors(authors)
+    {
+    }
+
+    Poco::JSON::Object::Ptr specification() const override
+    {
+        return makeSpecification(
+            reference().name, description(),
+            {{"author", "reference", "", "Who wrote it."}, {"pages", "integer", "", "How long it is."}});
+    }
+
+    Data::ElementCollection elements() const override
+    {
+        Data::ElementCollection books;
+        for (const Book& book : BOOKS) {
+            auto element = makeElement(nameBasedId(reference().id, book.title), book.title);
+            element->setValue<ElementReference>("author", m_authors->element(m_authors->idOf(book.author)));
+            element->setValue<Data::AttributeValueInteger>("pages", book.pages);
+            books.push_back(element);
+        }
+        return books;
+    }
+
+private:
+    std::shared_ptr<const Authors> m_authors;
+};
+// [/books]
+
+int main(int argc, char** argv)
+{
+    const auto tree = std::make_shared<ServiceTree>(Poco::UUID("8d6a0aa4-1e5e-4a3c-9d2e-5d1b8c9f0a11"));
+    const auto shelf = std::make_shared<Service>(tree->root().child("shelf"), "What there is to read.");
+    // [add]
+    const auto authors = std::make_shared<Authors>(shelf->reference());
+    shelf->add(authors);
+    shelf->add(std::make_shared<Books>(shelf->reference(), authors));
+    // [/add]
+    tree->add(shelf);
+
+    sigset_t end;
+    sigemptyset(&end);
+    sigaddset(&end, SIGINT);
+    sigaddset(&end, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &end, nullptr);
+
+    ServerOptions options;
+    options.port = static_cast<std::uint16_t>(argc > 1 ? std::stoi(argv[1]) : 8081);
+    HttpServer server(tree, options);
+    server.start();
+    std::cout << "listens on http://" << server.address().toString() << std::endl;
+    int signal = 0;
+    sigwait(&end, &signal);
+}

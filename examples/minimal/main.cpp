@@ -1,0 +1,80 @@
+// The smallest useful service: a shelf of books at http://127.0.0.1:8081/shelf/books.
+
+#include <Data/AttributeValue.h>
+#include <ServiceKit/HttpServer.h>
+#include <ServiceKit/Specification.h>
+
+#include <csignal>
+#include <iostream>
+
+using namespace Zovi;
+using namespace Zovi::ServiceKit;
+using Text = Data::AttributeValueStringable<std::string>;
+
+struct Book {
+    std::string title, author;
+    int pages;
+};
+const std::vector<Book> BOOKS = {
+    {"Emma", "Jane Austen", 474},
+    {"Persuasion", "Jane Austen", 249},
+    {"Frankenstein", "Mary Shelley", 280},
+};
+
+class Books : public Resource
+{
+public:
+    explicit Books(const Reference& shelf)
+        : Resource(shelf.child("books"), "The books on the shelf.")
+    {
+    }
+
+    Poco::JSON::Object::Ptr specification() const override
+    {
+        return makeSpecification(
+            reference().name, description(),
+            {{"author", "string", "", "Who wrote it."}, {"pages", "integer", "", "How long it is."}});
+    }
+
+    Data::ElementCollection elements() const override
+    {
+        Data::ElementCollection books;
+        for (const Book& book : BOOKS) {
+            auto element = makeElement(nameBasedId(reference().id, book.title), book.title);
+            element->setValue<Text>("author", book.author);
+            element->setValue<Data::AttributeValueInteger>("pages", book.pages);
+            books.push_back(element);
+        }
+        return books;
+    }
+
+    Data::ElementBase::Ptr element(const Poco::UUID& id) const override
+    {
+        for (const Data::ElementBase::Ptr& book : elements())
+            if (book->getId() == id)
+                return book;
+        return {};
+    }
+};
+
+int main(int argc, char** argv)
+{
+    const auto tree = std::make_shared<ServiceTree>(Poco::UUID("8d6a0aa4-1e5e-4a3c-9d2e-5d1b8c9f0a11"));
+    const auto shelf = std::make_shared<Service>(tree->root().child("shelf"), "What there is to read.");
+    shelf->add(std::make_shared<Books>(shelf->reference()));
+    tree->add(shelf);
+
+    sigset_t end;
+    sigemptyset(&end);
+    sigaddset(&end, SIGINT);
+    sigaddset(&end, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &end, nullptr); // the threads of the server inherit it
+
+    ServerOptions options;
+    options.port = static_cast<std::uint16_t>(argc > 1 ? std::stoi(argv[1]) : 8081);
+    HttpServer server(tree, options);
+    server.start();
+    std::cout << "listens on http://" << server.address().toString() << std::endl;
+    int signal = 0;
+    sigwait(&end, &signal);
+}
