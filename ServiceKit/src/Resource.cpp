@@ -106,7 +106,9 @@ bool Resource::tellsOfChanges() const
 void Resource::addChangeListener(const std::weak_ptr<ChangeListener>& listener)
 {
     const std::lock_guard lock(m_listenerMutex);
-    const auto isGone = [](const std::weak_ptr<ChangeListener>& other) { return other.expired(); };
+    const auto isGone = [](const std::weak_ptr<ChangeListener>& other) {
+        return other.expired();
+    };
     m_listeners.erase(std::remove_if(m_listeners.begin(), m_listeners.end(), isGone), m_listeners.end());
     m_listeners.push_back(listener);
 }

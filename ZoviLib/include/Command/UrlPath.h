@@ -143,8 +143,8 @@ public:
     static int compareCharacteristic(Characteristic left, Characteristic right);
 
 protected:
-    /// The parts of the address, as the getters give them. The three levels keep what was read in front of the
-    /// fault when the address is `INVALID`.
+    /// The parts of the address, as the getters give them. The three levels keep what was read in front of
+    /// the fault when the address is `INVALID`.
     Poco::URI uri;
     std::string service;
     std::string resource;
