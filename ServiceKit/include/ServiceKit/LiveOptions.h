@@ -29,7 +29,8 @@ struct LiveOptions {
     /// but not more often than this.
     std::chrono::milliseconds shortestPollPeriod{500};
 
-    /// A subscription with a shorter interval than this is served at this one.
+    /// A subscription with a shorter interval than this is served at this one. Messages at an interval may be
+    /// late by this much, so that all who follow the same event get the same ones.
     std::chrono::milliseconds shortestInterval{100};
 
     /// A connection on which nothing has come for so long is sent a ping; after the same time again without a

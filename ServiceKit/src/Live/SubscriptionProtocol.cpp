@@ -62,7 +62,7 @@ SubscriptionProtocol::SubscriptionProtocol(const ServiceTree& tree, const LiveOp
     : m_tree(tree)
     , m_options(options)
     , m_exchangeOptions(exchangeOptions)
-    , m_subscriptions(options.shortestPollPeriod)
+    , m_subscriptions(options.shortestPollPeriod, options.shortestInterval)
 {
 }
 

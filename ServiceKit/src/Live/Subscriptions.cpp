@@ -6,8 +6,20 @@
 namespace Zovi::ServiceKit
 {
 
-Subscriptions::Subscriptions(Milliseconds shortestPollPeriod)
+namespace
+{
+
+LiveClock::time_point roundUp(LiveClock::time_point time, LiveClock::duration tick)
+{
+    const auto rest = time.time_since_epoch() % tick;
+    return rest.count() == 0 ? time : time + (tick - rest);
+}
+
+} // namespace
+
+Subscriptions::Subscriptions(Milliseconds shortestPollPeriod, Milliseconds tick)
     : m_shortestPollPeriod(shortestPollPeriod)
+    , m_tick(std::max(tick, Milliseconds(1)))
 {
 }
 
@@ -179,7 +191,7 @@ std::optional<Subscriptions::Time> Subscriptions::dueTime(const Event& event,
     if (subscription.openRequests > 0)
         return Time();
     if (subscription.terms.interval.count() > 0)
-        return subscription.nextInterval;
+        return roundUp(subscription.nextInterval, m_tick);
     const Time limit = subscription.lastSent + subscription.terms.updateLimit;
     if (event.isChanged || isBehind(event, subscription))
         return limit;

@@ -88,8 +88,9 @@ public:
     using Time = LiveClock::time_point;
     using Milliseconds = std::chrono::milliseconds;
 
-    /// An event is polled after `shortestPollPeriod` at the earliest.
-    explicit Subscriptions(Milliseconds shortestPollPeriod);
+    /// An event is polled after `shortestPollPeriod` at the earliest. Intervals end at multiples of `tick`,
+    /// so that those who came at different moments share evaluations.
+    Subscriptions(Milliseconds shortestPollPeriod, Milliseconds tick);
 
     /// Begins a subscription to the event of `request`, or gives the one that `connection` has new terms. It
     /// is acknowledged, and sent the state, after the next evaluation, which is due at once.
@@ -160,6 +161,7 @@ private:
     void eraseOrSchedule(Events::iterator event);
 
     Milliseconds m_shortestPollPeriod;
+    Milliseconds m_tick;
     Events m_events;
     std::set<std::pair<Time, std::string>> m_due;
     std::map<ConnectionId, std::set<std::string>> m_eventsOf;
