@@ -7,6 +7,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <string>
+#include <vector>
+
 namespace Zovi::ServiceKit
 {
 
@@ -106,6 +110,53 @@ TEST(Resource, RefusesToWriteUnlessItIsOverridden)
     } catch (const RequestError& error) {
         EXPECT_EQ(error.status(), Command::HTTPStatus::HTTP_NOT_IMPLEMENTED);
     }
+}
+
+namespace
+{
+
+class Listener : public ChangeListener
+{
+public:
+    void onChanged(const Resource& resource) override { changed.push_back(resource.reference().name); }
+
+    std::vector<std::string> changed;
+};
+
+class Bell : public Puppet
+{
+public:
+    Bell()
+        : Puppet(
+              rootReference(ROOT_ID).child("shop"), [] { return Data::ElementCollection(); }, "bell")
+    {
+    }
+
+    using Puppet::notifyChanged;
+};
+
+} // namespace
+
+TEST(Resource, TellsOfNoChangesUnlessItIsOverridden)
+{
+    EXPECT_FALSE(Bell().tellsOfChanges());
+}
+
+TEST(Resource, TellsAllWhoListenAndNobodyElse)
+{
+    Bell bell;
+    bell.notifyChanged();
+    const auto first = std::make_shared<Listener>();
+    auto second = std::make_shared<Listener>();
+    bell.addChangeListener(first);
+    bell.addChangeListener(second);
+    bell.notifyChanged();
+    EXPECT_THAT(second->changed, ::testing::ElementsAre("bell"));
+    second.reset();
+    bell.notifyChanged();
+    bell.addChangeListener(std::make_shared<Listener>());
+    bell.notifyChanged();
+    EXPECT_THAT(first->changed, ::testing::ElementsAre("bell", "bell", "bell"));
 }
 
 } // namespace Zovi::ServiceKit

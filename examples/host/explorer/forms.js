@@ -219,12 +219,9 @@ function makeRemoveButton(row, text, tell) {
 
 // ---- writing ------------------------------------------------------------------------------------------------
 
-/** The attributes that a client sets: the name first, what is only ticked last. */
+/** The attributes that a client sets. */
 function writable(specifications) {
-    const rank = ([name, { type }]) => (name === "name" ? 0 : type === "boolean" ? 2 : 1);
-    return Object.entries(specifications)
-        .filter(([name, { readOnly }]) => !readOnly && !["id", "uri"].includes(name))
-        .sort((left, right) => rank(left) - rank(right));
+    return Object.entries(specifications).filter(([name, { readOnly }]) => !readOnly && !["id", "uri"].includes(name));
 }
 
 /** Controls by the type of an attribute: how each is made, and how its value is read. */
