@@ -219,9 +219,12 @@ function makeRemoveButton(row, text, tell) {
 
 // ---- writing ------------------------------------------------------------------------------------------------
 
-/** The attributes that a client sets. */
+/** The attributes that a client sets: the name first, what is only ticked last. */
 function writable(specifications) {
-    return Object.entries(specifications).filter(([name, { readOnly }]) => !readOnly && !["id", "uri"].includes(name));
+    const rank = ([name, { type }]) => (name === "name" ? 0 : type === "boolean" ? 2 : 1);
+    return Object.entries(specifications)
+        .filter(([name, { readOnly }]) => !readOnly && !["id", "uri"].includes(name))
+        .sort((left, right) => rank(left) - rank(right));
 }
 
 /** Controls by the type of an attribute: how each is made, and how its value is read. */

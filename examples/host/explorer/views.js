@@ -143,7 +143,7 @@ function makeText(text, { attribute }) {
         return make("span", { class: "nothing" }, "empty");
     if (attribute === "uri" && text.startsWith("/"))
         return makeLink(text, text, { class: "code" });
-    return make("span", { class: attribute === "id" ? "code" : "text" }, text);
+    return make("span", { class: attribute === "id" ? "code" : text.length > 40 ? "text long" : "text" }, text);
 }
 
 function makeList(values, context) {
@@ -191,9 +191,13 @@ function makeMembers(object, context) {
 
 // ---- an element ---------------------------------------------------------------------------------------------
 
+/** The name first, then what clients set, what the service sets, lists and references, the identity. */
 function inOrder(names, specifications) {
-    const rank = (name) => (name === "name" ? 0 : name === "id" ? 3 : name === "uri" ? 4
-        : /^(array|reference)/.test(specifications[name]?.type ?? "") ? 2 : 1);
+    const rank = (name) => {
+        const { type = "", readOnly } = specifications[name] ?? {};
+        const fixed = ["name", "id", "uri"].indexOf(name);
+        return fixed >= 0 ? [0, 4, 5][fixed] : /^(array|reference)/.test(type) ? 3 : readOnly ? 2 : 1;
+    };
     return [...names].sort((left, right) => rank(left) - rank(right));
 }
 
