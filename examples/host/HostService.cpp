@@ -7,6 +7,7 @@
 #include "NoteResource.h"
 #include "ProcessResource.h"
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,15 @@ HostTree makeHostTree(const std::filesystem::path& root, const std::shared_ptr<N
     tree->add(service);
     tree->add(makeExplorer());
     return {tree, service};
+}
+
+std::string toRegistration(const ServiceKit::Service& service)
+{
+    // Made anew, a description has what every service has, and not the resources that this one adds.
+    const Data::ServiceBase& source = service.info();
+    std::ostringstream text;
+    MicroServiceInfo(source).toJSON(0)->stringify(text);
+    return text.str() + "\n";
 }
 
 } // namespace Zovi::Host

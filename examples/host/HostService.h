@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <string>
 
 namespace Zovi::Host
 {
@@ -20,5 +21,8 @@ struct HostTree {
 ///
 /// With `notes`, which it shares, there is a resource for them too.
 HostTree makeHostTree(const std::filesystem::path& root, const std::shared_ptr<NoteStore>& notes = {});
+
+/// What the registry of the machine is told of `service`: how it presents itself, on one line of JSON.
+std::string toRegistration(const ServiceKit::Service& service);
 
 } // namespace Zovi::Host

@@ -81,6 +81,8 @@ Options parseOptions(const std::vector<std::string>& arguments)
             options.server.exchange.hostNames.push_back(reader.value());
         else if (*option == "--database")
             options.database = reader.value();
+        else if (*option == "--no-registry")
+            options.isRegistered = false;
         else if (*option == "--help")
             options.task = Options::Task::SHOW_HELP;
         else if (*option == "--version")
@@ -102,12 +104,16 @@ std::string helpText()
            "  --host-name NAME    answer also requests for this host name, may be repeated;\n"
            "                      localhost, the machine's name and its addresses need not be told\n"
            "  --database FILE     keep the notes in this SQLite file; ':memory:' forgets them at the end\n"
+           "  --no-registry       do not tell the service registry of this machine of the service\n"
            "  --help              show this text and end\n"
            "  --version           show the version and end\n"
            "\n"
            "Without --database the notes are in notes.sqlite in $STATE_DIRECTORY, in\n"
            "$XDG_STATE_HOME/kyr-host or in $HOME/.local/state/kyr-host, the first that is set. If that\n"
            "cannot be used, it says so and serves all but the notes.\n"
+           "\n"
+           "If a service registry listens at [::1]:80, now or later, it is told name, port and description\n"
+           "of the service, for as long as the service runs.\n"
            "\n"
            "It ends on SIGINT and SIGTERM. There is no protection by password: whoever reaches the\n"
            "address may read everything, and write notes.\n";

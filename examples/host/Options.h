@@ -19,6 +19,9 @@ struct Options {
 
     /// The file for the notes; nothing stands for the usual place.
     std::optional<std::string> database;
+
+    /// Whether the registry of the machine is told of the service.
+    bool isRegistered = true;
 };
 
 /// Thrown for a command line that makes no sense; its text names what does not.

@@ -1,6 +1,8 @@
 #include "HostService.h"
 #include "LastResort.h"
 #include "Options.h"
+#include "RegistryLink.h"
+#include "ServiceKit/EndSignals.h"
 #include "StateFolder.h"
 
 #include <Poco/Environment.h>
@@ -11,7 +13,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <csignal>
 #include <exception>
 #include <filesystem>
 #include <iostream>
@@ -32,32 +33,6 @@ constexpr rlim_t WANTED_DESCRIPTORS = 4096;
 
 /// A little less than the two seconds that are promised.
 constexpr std::chrono::milliseconds STOP_TIME(1'800);
-
-sigset_t endSignals()
-{
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
-    return signals;
-}
-
-/// To be called before any thread begins: they inherit it, and the signals wait for `waitForEnd`.
-void holdBackSignals()
-{
-    const sigset_t signals = endSignals();
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    // A client that has left is told by the result of the write.
-    std::signal(SIGPIPE, SIG_IGN);
-}
-
-void waitForEnd()
-{
-    const sigset_t signals = endSignals();
-    int signal = 0;
-    while (sigwait(&signals, &signal) != 0) {
-    }
-}
 
 void addMachineName(ServiceKit::ExchangeOptions& options)
 {
@@ -114,11 +89,12 @@ void raiseDescriptorLimit()
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-int serve(ServiceKit::ServerOptions options, const std::optional<std::string>& database)
+int serve(const Host::Options& arguments)
 {
+    ServiceKit::ServerOptions options = arguments.server;
     raiseDescriptorLimit();
     addMachineName(options.exchange);
-    const Host::HostTree host = Host::makeHostTree("/", openNotes(database));
+    const Host::HostTree host = Host::makeHostTree("/", openNotes(arguments.database));
     ServiceKit::HttpServer server(host.tree, options);
     try {
         // A name server may keep this waiting, so the signals still end the program at once.
@@ -129,11 +105,15 @@ int serve(ServiceKit::ServerOptions options, const std::optional<std::string>& d
         return EXIT_FAILURE;
     }
     host.service->info().setPort(server.address().port());
-    holdBackSignals();
+    const ServiceKit::EndSignals signals;
     server.start();
     printAddresses(server.address(), *host.service);
-    waitForEnd();
+    std::optional<Host::RegistryLink> registry;
+    if (arguments.isRegistered)
+        registry.emplace(Host::toRegistration(*host.service), Host::machineRegistry());
+    signals.wait();
     Host::endProcessAfter(STOP_TIME);
+    registry.reset();
     server.stop();
     return EXIT_SUCCESS;
 }
@@ -150,7 +130,7 @@ int run(const Host::Options& options)
     case Host::Options::Task::SERVE:
         break;
     }
-    return serve(options.server, options.database);
+    return serve(options);
 }
 
 } // namespace

@@ -46,6 +46,19 @@ TEST(HostService, PresentsItself)
         "serviceCategories":["machine"],"uri":"/host","versions":["1"]})"));
 }
 
+TEST(HostService, TellsTheRegistryOnOneLineWhoItIs)
+{
+    const MadeUpMachine machine;
+    const auto service = makeHostTree(machine.root()).service;
+    service->info().setPort(8080);
+    const std::string line = toRegistration(*service);
+    EXPECT_EQ(line.find('\n'), line.size() - 1);
+    EXPECT_THAT(line, IsJson(R"({"description":"The machine that this service runs on.","id":")" +
+                             service->reference().id.toString() +
+                             R"(","name":"host","port":8080,"privileges":[],"serviceCategories":["machine"],
+        "uri":"/host","versions":["1"]})"));
+}
+
 TEST(HostService, KeepsItsIds)
 {
     const MadeUpMachine machine;

@@ -17,6 +17,7 @@ TEST(Options, ServesOnTheLoopbackAddressUnlessToldOtherwise)
     EXPECT_EQ(options.server.listenAddress, "127.0.0.1");
     EXPECT_EQ(options.server.port, 8080);
     EXPECT_EQ(options.database, std::nullopt);
+    EXPECT_TRUE(options.isRegistered);
 }
 
 TEST(Options, TakesAValueBehindTheOptionOrAnEqualsSign)
@@ -34,12 +35,18 @@ TEST(Options, TakesAValueBehindTheOptionOrAnEqualsSign)
     }
 }
 
+TEST(Options, TellsTheRegistryUnlessItMustNot)
+{
+    EXPECT_FALSE(parseOptions({"--no-registry"}).isRegistered);
+}
+
 TEST(Options, ShowsHelpAndVersion)
 {
     EXPECT_EQ(parseOptions({"--help"}).task, Options::Task::SHOW_HELP);
     EXPECT_EQ(parseOptions({"--version"}).task, Options::Task::SHOW_VERSION);
     EXPECT_THAT(versionText(), MatchesRegex("kyr-host [0-9]+\\.[0-9]+\\.[0-9]+\n"));
-    for (const char* option : {"--listen", "--port", "--host-name", "--database", "--help", "--version"})
+    for (const char* option :
+         {"--listen", "--port", "--host-name", "--database", "--no-registry", "--help", "--version"})
         EXPECT_THAT(helpText(), HasSubstr(option));
 }
 

@@ -150,7 +150,7 @@ TEST(HostNotes, AreKeptInTheStateFolder)
 {
     const Folder folder;
     const std::string state = folder.file() + ".d";
-    HostProgram program({"--port", "0"}, {{"STATE_DIRECTORY", state}});
+    HostProgram program({"--port", "0", "--no-registry"}, {{"STATE_DIRECTORY", state}});
     RawClient client(program.waitForAddress());
     EXPECT_EQ(ask(client, request("POST", "/host/notes", named("a"))).status, 201);
     EXPECT_TRUE(std::filesystem::exists(state + "/notes.sqlite"));
@@ -160,7 +160,7 @@ TEST(HostNotes, AreMissedWhereNothingCanBeKept)
 {
     const Folder folder;
     std::ofstream(folder.file()) << "in the way";
-    HostProgram program({"--port", "0"}, {{"STATE_DIRECTORY", folder.file()}});
+    HostProgram program({"--port", "0", "--no-registry"}, {{"STATE_DIRECTORY", folder.file()}});
     RawClient client(program.waitForAddress());
     EXPECT_EQ(ask(client, request("GET", "/host/notes")).status, 404);
     EXPECT_EQ(ask(client, request("GET", "/host/interfaces")).status, 200);
