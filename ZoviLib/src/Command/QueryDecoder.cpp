@@ -14,6 +14,8 @@ namespace
 /// As many as the longest valid address has, with its API prefix.
 constexpr std::size_t USUAL_SEGMENTS = 5;
 
+constexpr std::size_t USUAL_PARAMETERS = 6;
+
 /// The value of a hexadecimal digit, negative for any other character.
 int hexDigit(char character)
 {
@@ -29,8 +31,11 @@ int hexDigit(char character)
 /// Decodes `text` in its own place; false if an escape in it is malformed.
 bool decode(std::string& text)
 {
-    auto target = text.begin();
-    for (auto source = text.cbegin(); source != text.cend(); ++source, ++target) {
+    const std::size_t first = std::min(text.find('%'), text.find('+'));
+    if (first == std::string::npos)
+        return true;
+    auto target = text.begin() + static_cast<std::ptrdiff_t>(first);
+    for (std::string::const_iterator source = target; source != text.cend(); ++source, ++target) {
         if (*source == '%') {
             const bool complete = text.cend() - source > 2;
             const int high = complete ? hexDigit(source[1]) : -1;
@@ -56,7 +61,7 @@ UrlPath::QueryParameters decodeQuery(const Poco::URI& uri)
     if (rest.empty())
         return parameters;
     const bool encoded = rest.find('%') != std::string_view::npos || rest.find('+') != std::string_view::npos;
-    parameters.reserve(static_cast<std::size_t>(std::count(rest.begin(), rest.end(), '&')) + 1);
+    parameters.reserve(USUAL_PARAMETERS);
     while (!rest.empty()) {
         const std::string_view parameter = rest.substr(0, rest.find('&'));
         rest.remove_prefix(std::min(parameter.size() + 1, rest.size()));

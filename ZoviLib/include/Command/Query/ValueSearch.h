@@ -177,8 +177,9 @@ private:
     bool matchPrimitive(const Poco::Dynamic::Var& value) const;
     bool matchNumber(double number) const;
 
-    /// What the search values are as numbers; empty if the list is a pattern.
-    std::vector<double> m_searchNumbers;
+    /// What the search values are as numbers, from the first number on that is compared.
+    mutable std::vector<double> m_searchNumbers;
+    mutable std::once_flag m_numbersParsed;
 };
 
 } // namespace Zovi::Command

@@ -10,8 +10,8 @@
 #include "StringHelper.h"
 #include "WildcardPattern.h"
 
+#include <Poco/Ascii.h>
 #include <Poco/Exception.h>
-#include <Poco/StringTokenizer.h>
 
 #include <algorithm>
 #include <iterator>
@@ -82,6 +82,18 @@ std::string prepareRegEx(const std::vector<std::string>& values)
     return alternatives;
 }
 
+std::string_view withoutBlanks(std::string_view text)
+{
+    const auto isBlank = [](char character) {
+        return Poco::Ascii::isSpace(static_cast<unsigned char>(character));
+    };
+    while (!text.empty() && isBlank(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && isBlank(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
+
 bool isDigit(char character)
 {
     return character >= '0' && character <= '9';
@@ -138,24 +150,22 @@ std::unique_ptr<const PositionAutomaton> makeAutomaton(const std::vector<std::st
 
 bool hasWildcard(const std::string& value)
 {
-    return value.find(UrlPath::QUERY_WILDCARD) != std::string::npos ||
-           value.find(UrlPath::QUERY_WILDCARD_HTML) != std::string::npos;
+    // The encoded one begins with the other.
+    return value.find(UrlPath::QUERY_WILDCARD) != std::string::npos;
 }
 
-bool isInteger(const std::type_info& type)
+/// By address, which is quick. A type that has several addresses is not recognised: the answer may be no
+/// where it should be yes.
+template <typename... Types>
+bool isKnownAs(const Var& value)
 {
-    return type == typeid(Poco::Int64) || type == typeid(Poco::Int32) || type == typeid(Poco::UInt64) ||
-           type == typeid(Poco::UInt32);
-}
-
-bool isFloat(const std::type_info& type)
-{
-    return type == typeid(double) || type == typeid(float);
+    const std::type_info* const type = &value.type();
+    return ((type == &typeid(Types)) || ...);
 }
 
 bool isScalar(const Var& value)
 {
-    return value.isString() || value.isNumeric();
+    return isKnownAs<std::string>(value) || value.isNumeric() || value.isString();
 }
 
 /// The line in the log comes first; the exception's text may differ from it.
@@ -195,9 +205,16 @@ AbstractValueSearch::~AbstractValueSearch() = default;
 
 std::vector<std::string> AbstractValueSearch::splitValues(const std::string& queryValue)
 {
-    const Poco::StringTokenizer tokens(
-        queryValue, ",", Poco::StringTokenizer::TOK_IGNORE_EMPTY | Poco::StringTokenizer::TOK_TRIM);
-    return {tokens.begin(), tokens.end()};
+    std::vector<std::string> values;
+    std::string_view rest = queryValue;
+    while (!rest.empty()) {
+        const std::string_view value = rest.substr(0, rest.find(','));
+        rest.remove_prefix(std::min(value.size() + 1, rest.size()));
+        const std::string_view text = withoutBlanks(value);
+        if (!text.empty())
+            values.emplace_back(text);
+    }
+    return values;
 }
 
 Poco::RegularExpression* AbstractValueSearch::createRegEx(const std::string& searchValue)
@@ -282,10 +299,11 @@ bool AbstractValueSearch::match(const AttributeValueBase& value) const
 
 bool AbstractValueSearch::matchAsText(const Var& value) const
 {
-    const std::type_info& type = value.type();
-    if (type == typeid(std::string))
+    if (isKnownAs<std::string>(value))
         return match(value.extract<std::string>());
-    if ((!m_integersMayMatch && isInteger(type)) || (!m_floatsMayMatch && isFloat(type)))
+    if (!m_integersMayMatch && isKnownAs<Poco::Int64, Poco::Int32, Poco::UInt64, Poco::UInt32>(value))
+        return false;
+    if (!m_floatsMayMatch && isKnownAs<double, float>(value))
         return false;
     return match(value.convert<std::string>());
 }
@@ -345,12 +363,8 @@ AttributeValueSearch::AttributeValueSearch(const std::string& attrName, const st
     : AbstractValueSearch(attrValue)
     , m_attributeName(attrName)
 {
-    if (std::any_of(m_searchValues.begin(), m_searchValues.end(), hasWildcard)) {
+    if (std::any_of(m_searchValues.begin(), m_searchValues.end(), hasWildcard))
         setPattern();
-        return;
-    }
-    for (const std::string& text : m_searchValues)
-        m_searchNumbers.push_back(Zovi::Util::StringHelper::parseFloat<double>(text));
 }
 
 AttributeValueSearch::~AttributeValueSearch() = default;
@@ -402,6 +416,11 @@ bool AttributeValueSearch::matchPrimitive(const Var& value) const
 
 bool AttributeValueSearch::matchNumber(double number) const
 {
+    // Most attributes are no such numbers.
+    std::call_once(m_numbersParsed, [this] {
+        for (const std::string& text : m_searchValues)
+            m_searchNumbers.push_back(Zovi::Util::StringHelper::parseFloat<double>(text));
+    });
     return std::any_of(m_searchNumbers.begin(), m_searchNumbers.end(),
                        [number](double wanted) { return Zovi::Util::eq(number, wanted); });
 }
