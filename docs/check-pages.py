@@ -9,6 +9,8 @@ A page says in comments what the block below each of them must be:
                                                   or all of the file if the name is "all"
     <!-- output: Model create -->                 what the program Model writes behind the line "[create]",
                                                   up to the next such line
+    <!-- values: Limits server -->                 a table, of whose rows the first two columns are "name: value" as
+                                                  the program Limits writes them in that section
     <!-- answered by: QueryPage -->               the page is what the program QueryPage makes of it
 
 Files are named from the folder of the page, programs from FOLDER. With --update the pages are brought up to date.
@@ -23,7 +25,7 @@ import subprocess
 import sys
 import textwrap
 
-MARKER = re.compile(r"<!-- (snippet|output): (\S+) (\S+) -->")
+MARKER = re.compile(r"<!-- (snippet|output|values): (\S+) (\S+) -->")
 ANSWERED = re.compile(r"<!-- answered by: (\S+) -->")
 SECTION = re.compile(r"\[([\w-]+)\]")
 
@@ -78,6 +80,21 @@ class Programs:
         return found
 
 
+def expected_table(page, lines, values):
+    """A table whose second column is brought up to date; `lines` goes on behind it."""
+    table = [next(lines, ""), next(lines, "")]
+    for value in values:
+        name, _, current = value.partition(": ")
+        row = next(lines, "").split(" | ", 2)
+        if len(row) != 3 or row[0].strip("| `") != name:
+            raise Problem(f"{page}: the row that should tell of {name} begins {row[0]!r}")
+        table.append(" | ".join([row[0], current, row[2]]))
+    line = next(lines, "")
+    if line.startswith("|"):
+        raise Problem(f"{page}: a row too many: {line}")
+    return [*table, line]
+
+
 def expected_body(page, marker, programs):
     kind, source, name = marker.groups()
     return snippet(page.parent / source, name) if kind == "snippet" else programs.section(source, name)
@@ -94,6 +111,9 @@ def expected_page(page, text, programs):
         result.append(line)
         marker = MARKER.fullmatch(line)
         if not marker:
+            continue
+        if marker.group(1) == "values":
+            result += expected_table(page, lines, programs.section(*marker.groups()[1:]))
             continue
         opening = next(lines, "")
         if not opening.startswith("```"):
