@@ -11,13 +11,17 @@ import re
 import sys
 
 ENDS_PARAGRAPH = re.compile(r"^\s*((public|protected|private):)?$")
-NOT_SHARED = re.compile(r"^\s*(#|(namespace|class|struct|enum|extern)\b)")
+NOT_SHARED = re.compile(r"^\s*(#(?!define)|(namespace|class|struct|enum|extern)\b)")
 NOT_IN_ONE_LINE = re.compile(r"^(    |\||- )")
 BY_COMPILER = re.compile(r"= (default|delete);$")
 
 
 def is_comment(line):
     return line.lstrip().startswith("//")
+
+
+def is_whole_macro(line):
+    return line.startswith("#define") and not line.endswith("\\")
 
 
 def in_one_line(comment):
@@ -42,7 +46,7 @@ def share_comment(paragraph):
         depth += code.count("{") - code.count("}")
         if line.lstrip().startswith("///"):
             has_comment = True
-        elif depth == 0 and code.endswith((";", "}")):
+        elif depth == 0 and (code.endswith((";", "}")) or is_whole_macro(code)):
             has_comment = False
     return result
 

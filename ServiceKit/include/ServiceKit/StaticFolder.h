@@ -47,7 +47,7 @@ private:
     std::map<std::string, StaticFile> m_files;
 };
 
-/// True if `path` is the address of a file: /cdn/<folder>/<file>. Whether it exists is not asked.
+/// True if `path` is the address of a file, as "/cdn/explorer/index.html" is. Whether it exists is not asked.
 bool isStaticFile(const Command::UrlPath& path);
 
 } // namespace Zovi::ServiceKit

@@ -15,6 +15,7 @@ std::string toValidUtf8(std::string_view text);
 /// replaced by U+FFFD, and cut behind `MAX_QUOTED_LENGTH` bytes with "..." in place of the rest.
 std::string inQuotes(std::string_view text);
 
+/// The most bytes that `inQuotes` takes of a text.
 constexpr std::size_t MAX_QUOTED_LENGTH = 80;
 
 } // namespace Zovi::ServiceKit

@@ -19,6 +19,7 @@ class HTTPEncoderDecoder;
 namespace Zovi::Command
 {
 
+/// The status codes of HTTP, as Poco names them: `HTTPStatus::HTTP_NOT_FOUND` is 404.
 using HTTPStatus = Poco::Net::HTTPResponse::HTTPStatus;
 
 /// What a service answers over HTTP: a status, a content (a JSON object or a text, never both), its MIME

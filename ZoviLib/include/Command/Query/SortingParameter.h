@@ -9,6 +9,7 @@
 namespace Zovi::Command
 {
 
+/// The direction of a sort key.
 enum SortOrder { ASCENDING = 0, DESCENDING = 1 };
 
 /// One sort key: the name of a field and the direction.
