@@ -9,7 +9,9 @@ namespace Zovi::ServiceKit
 {
 
 /// Thrown where a request cannot be fulfilled; the exchange then ends with the error document of this status
-/// and message. A resource may throw it from any of its operations.
+/// and message. A resource may throw it from any of its operations:
+///
+///     throw RequestError(Command::HTTPStatus::HTTP_CONFLICT, "the shelf is full");
 class RequestError : public std::runtime_error
 {
 public:

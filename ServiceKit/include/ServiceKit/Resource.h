@@ -68,6 +68,17 @@ protected:
 
 /// A collection of elements that a service offers; a service derives from it.
 ///
+///     Data::ElementCollection Books::elements() const
+///     {
+///         Data::ElementCollection books;
+///         for (const Book& book : BOOKS) {
+///             auto element = makeElement(nameBasedId(reference().id, book.title), book.title);
+///             element->setValue<Data::AttributeValueInteger>("pages", book.pages);
+///             books.push_back(element);
+///         }
+///         return books;
+///     }
+///
 /// Every operation may be called by several threads at once. What is handed out is new on each call and is
 /// never copied: the receiver renders it, by the `toJSON` of the model, on its own thread and as deep as the
 /// request asks. So a reference to another object may find out what it refers to only when it is rendered. An

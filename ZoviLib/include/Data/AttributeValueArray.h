@@ -19,6 +19,10 @@ namespace Zovi::Data
 
 /// A list of values of the class `E`, owned by the array in one vector.
 ///
+///     AttributeValueStringArray tags(std::vector<std::string>{"heat", "water"});
+///     tags.addElement(std::string("cold"));
+///     tags.toJSON(0); // ["heat","water","cold"]
+///
 /// `E` is any copyable value class with a `value_type`, a service's own included. If `E` is a reference, so
 /// is the array, and each element renders itself at the level given. Iterators and element pointers are good
 /// until the array is changed.
