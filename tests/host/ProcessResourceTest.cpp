@@ -128,7 +128,8 @@ TEST(ProcessResource, EndsACircleOfParentsAtTheLevel)
     const MadeUpMachine machine;
     machine.addProcess(1, 2, "hen", STATUS);
     machine.addProcess(2, 1, "egg", STATUS);
-    const auto hen = ProcessResource(HOST, IDENTITY, machine.root()).elements().front();
+    const ProcessResource resource(HOST, IDENTITY, machine.root());
+    const auto hen = resource.elements().front();
     Poco::JSON::Object::Ptr process = hen->toJSON(3);
     for (const std::string name : {"hen", "egg", "hen", "egg"}) {
         EXPECT_EQ(process->getValue<std::string>("name"), name);
@@ -162,7 +163,8 @@ TEST(ProcessResource, ShowsAParentThatHasEndedInItsShortForm)
     machine.addProcess(1, 0, "init", STATUS);
     machine.addProcess(20, 1, "cat", STATUS);
     machine.remove("proc/1/status");
-    const auto cat = ProcessResource(HOST, IDENTITY, machine.root()).elements().front();
+    const ProcessResource resource(HOST, IDENTITY, machine.root());
+    const auto cat = resource.elements().front();
     EXPECT_EQ(compact(cat->toJSON(1)->getObject("parent")), compact(cat->toJSON(0)->getObject("parent")));
 }
 

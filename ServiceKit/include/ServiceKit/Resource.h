@@ -81,8 +81,9 @@ protected:
 ///
 /// Every operation may be called by several threads at once. What is handed out is new on each call and is
 /// never copied: the receiver renders it, by the `toJSON` of the model, on its own thread and as deep as the
-/// request asks. So a reference to another object may find out what it refers to only when it is rendered. An
-/// operation may throw: `RequestError` becomes its own answer, anything else a logged status 500.
+/// request asks. So a reference to another object may find out what it refers to only when it is rendered,
+/// and for that it may ask the resource: what was handed out does not outlive it. An operation may throw:
+/// `RequestError` becomes its own answer, anything else a logged status 500.
 class Resource
 {
 public:
