@@ -136,6 +136,9 @@ Var json(const std::string& text)
     return parseJson(text);
 }
 
+/// From here on not every integer is a double.
+constexpr Poco::Int64 TWO_TO_53 = Poco::Int64{1} << 53;
+
 TEST(QueryFilterSorting, OrdersValuesOfOneKind)
 {
     struct Row {
@@ -152,6 +155,10 @@ TEST(QueryFilterSorting, OrdersValuesOfOneKind)
         {Poco::UInt64{1} << 63, (Poco::UInt64{1} << 63) + 1},
         {2, Poco::UInt32{3}},
         {Poco::UInt32{2}, 3},
+        // also where a double cannot tell them apart
+        {TWO_TO_53, TWO_TO_53 + 1},
+        {-TWO_TO_53 - 1, -TWO_TO_53},
+        {static_cast<Poco::UInt64>(TWO_TO_53), TWO_TO_53 + 1},
         // false before true, as 0 and 1
         {false, true},
         {false, 1},
@@ -216,6 +223,10 @@ TEST(QueryFilterSorting, TakesTheseValuesForEqual)
         {1, 1.0},
         {0.0, -0.0},
         {true, 1},
+        // an integer beside another number is a double, which holds 53 bits
+        {TWO_TO_53 + 1, static_cast<double>(TWO_TO_53)},
+        {-TWO_TO_53 - 1, static_cast<double>(-TWO_TO_53)},
+        {std::numeric_limits<Poco::Int64>::max(), 9223372036854775808.0},
         {std::nan(""), 1.0},
         {std::nan(""), std::nan("")},
         {5, "5"},

@@ -1,5 +1,7 @@
 #include "AbstractQuery.h"
 
+#include "VirtualSlot.h"
+
 #include <gtest/gtest.h>
 
 #include <type_traits>
@@ -62,6 +64,14 @@ TEST(AbstractQuery, IsDestroyedThroughItsBase)
     EXPECT_EQ((*filter)({-1, 2, 0, 3}), (Numbers{2, 3}));
     delete filter;
     EXPECT_TRUE(destroyed);
+}
+
+/// The operator stands first, the destructor behind it: an object that both were called on through the wrong
+/// entries would be destroyed instead of asked.
+TEST(AbstractQuery, KeepsItsVirtualFunctionsInOrder)
+{
+    EXPECT_EQ(Zovi::Test::virtualEntry(&AbstractQuery<Numbers, Numbers>::operator()), 0U);
+    EXPECT_EQ(Zovi::Test::virtualEntry(&AbstractFilter<Numbers>::operator()), 0U);
 }
 
 TEST(AbstractQuery, HoldsNoData)
