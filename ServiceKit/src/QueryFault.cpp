@@ -1,10 +1,7 @@
 #include "QueryFault.h"
 
-#include "Command/QueryFilterJSON.h"
 #include "Command/RequestBase.h"
 #include "ServiceKit/Text.h"
-
-#include <Poco/RegularExpression.h>
 
 #include <set>
 
@@ -67,30 +64,14 @@ Poco::URI withParameter(const Poco::URI& address, const std::string& key, const 
     return uri;
 }
 
+/// What the criterion warns of is in the log already, and now once more: rather that than a second way of
+/// reading queries.
 bool isRefusedAlone(const Poco::URI& address, const std::string& key, const std::string& value)
 {
     try {
         return !RequestBase(withParameter(address, key, value)).getUrlPath().isValid();
     } catch (const Poco::RegularExpressionException&) {
         return true;
-    }
-}
-
-bool takesTooMuchAlone(const Poco::URI& address, const std::string& key, const std::string& value,
-                       const Poco::JSON::Array& array)
-{
-    const RequestBase request(withParameter(address, key, value));
-    if (!request.hasSearchCriteria())
-        return false;
-    try {
-        Poco::JSON::Array found;
-        Command::QueryFilterJSON::filterJSONArrayByQuery(array, request, found);
-        return false;
-    } catch (const Poco::RegularExpressionException&) {
-        return true;
-    } catch (const Poco::Exception&) {
-        // Something else, which the other parameters have kept it from so far.
-        return false;
     }
 }
 
@@ -126,11 +107,13 @@ std::string describeQueryFault(const Poco::URI& uri)
     return repetition.empty() ? "malformed query: " + inQuotes(uri.getRawQuery()) : repetition;
 }
 
-std::string describeSearchFault(const Poco::URI& uri, const Poco::JSON::Array& array)
+std::string describeSearchFault(const Poco::URI& uri, const Poco::RegularExpressionException& exception)
 {
-    const Poco::URI address = addressOf(uri);
-    for (const auto& [key, value] : uri.getQueryParameters()) {
-        if (takesTooMuchAlone(address, key, value, array))
+    const std::string& text = exception.message();
+    const std::size_t colon = text.find(": ");
+    const std::string value = colon == std::string::npos ? "" : text.substr(colon + 2);
+    for (const auto& [key, candidate] : uri.getQueryParameters()) {
+        if (!findExpectation(key) && candidate == value)
             return describeParameter(key, value) + ", expected a pattern that takes less effort to match";
     }
     return "a search pattern takes too much effort to match";

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Poco/JSON/Array.h>
+#include <Poco/Exception.h>
 #include <Poco/URI.h>
 
 #include <string>
@@ -12,7 +12,8 @@ namespace Zovi::ServiceKit
 /// each one alone, and what would be expected of it.
 std::string describeQueryFault(const Poco::URI& uri);
 
-/// The same for a query that compiles, but whose search takes too much effort on `array`.
-std::string describeSearchFault(const Poco::URI& uri, const Poco::JSON::Array& array);
+/// The same for a query that compiles, but whose evaluation ended in `exception`, as a search does that takes
+/// too much effort.
+std::string describeSearchFault(const Poco::URI& uri, const Poco::RegularExpressionException& exception);
 
 } // namespace Zovi::ServiceKit

@@ -106,9 +106,9 @@ HttpResponse answerArray(const RequestBase& request, const Poco::JSON::Array& ar
     Poco::JSON::Object::Ptr paging;
     try {
         QueryFilterJSON::filterJSONArrayByQuery(array, request, *page, paging);
-    } catch (const Poco::RegularExpressionException&) {
+    } catch (const Poco::RegularExpressionException& exception) {
         // A pattern may be well-formed and yet ask for more than is granted, which shows only at a value.
-        throw RequestError(HTTPStatus::HTTP_BAD_REQUEST, describeSearchFault(request.getUri(), array));
+        throw RequestError(HTTPStatus::HTTP_BAD_REQUEST, describeSearchFault(request.getUri(), exception));
     }
     HttpResponse answer(HTTPStatus::HTTP_OK);
     answer.setDataFromArray(page, paging);

@@ -255,6 +255,66 @@ TEST(QueryFilterCollection, CountsWhatTheSearchKept)
     EXPECT_EQ(result.paging->getValue<int>("total"), 20);
 }
 
+namespace
+{
+
+/// Objects whose only member beside the id is a text that ends with its number.
+Array::Ptr withTexts(int count, const std::string& text)
+{
+    Array::Ptr result(new Array);
+    for (int number = 0; number != count; ++number) {
+        Object::Ptr object(new Object);
+        object->set("id", std::to_string(number)).set("text", text + std::to_string(number));
+        result->add(object);
+    }
+    return result;
+}
+
+/// The query for a free text, encoded.
+std::string freetext(const std::string& value)
+{
+    Poco::URI uri("/");
+    uri.addQueryParameter("$q", value);
+    return '?' + uri.getRawQuery();
+}
+
+} // namespace
+
+/// Each of these texts took a fifth of a second and no exception, so that a thousand of them took minutes.
+TEST(QueryFilterCollection, BoundsWhatThePatternsOfOneEvaluationCostTogether)
+{
+    const std::string hostile = "(?:[^a]+?\\w*){0,99}";
+    const std::string longText = std::string(2'000, 'b') + '-';
+    EXPECT_FALSE(Zovi::Command::AnyValueSearch(hostile).match(longText));
+    const auto count = [&](int objects) {
+        return answer(withTexts(objects, longText), freetext(hostile) + "&$limit=0")
+            .paging->getValue<int>("total");
+    };
+    EXPECT_EQ(count(5), 0);
+    EXPECT_THROW(count(1'000), Poco::RegularExpressionException);
+    EXPECT_EQ(count(5), 0);
+}
+
+TEST(QueryFilterCollection, LeavesRoomForOrdinaryPatternsOnManyObjects)
+{
+    const auto total = [](int objects, const std::string& text, const std::string& pattern) {
+        return answer(withTexts(objects, text), freetext(pattern) + "&$limit=0")
+            .paging->getValue<int>("total");
+    };
+    EXPECT_EQ(total(20'000, "10.0.0.", "10.0.0.7%"), 1'111);
+    EXPECT_EQ(total(20'000, "eth", "eth\\d+\\b"), 20'000);
+    EXPECT_EQ(total(20'000, "a disk of a machine ", "(?!net)[a-z ]+(?<= )[0-9]{4}"), 9'000);
+    EXPECT_EQ(total(1'000, std::string(20'000, 'x') + " number ", "(?i)%x NUMBER [0-9]{2}"), 90);
+}
+
+/// They go first, and the page that begins with one of them has no id to begin with.
+TEST(QueryFilterCollection, PagesObjectsWithoutAnId)
+{
+    const Answer result = answer(array(R"([{},{"id":"a"},{}])"), "?$limit=9");
+    EXPECT_EQ(compact(result.objects), R"([{},{},{"id":"a"}])");
+    EXPECT_THAT(compact(result.paging), IsJson(R"({"offset":0,"limit":9,"total":3,"totalPages":1})"));
+}
+
 TEST(QueryFilterCollection, CutsNoPageWhereThePagingIsInvalid)
 {
     const LogCapture log;

@@ -9,6 +9,7 @@
 #include <Command/Query/ValueSearch.h>
 
 #include <Poco/Exception.h>
+#include <Poco/RegularExpression.h>
 #include <Poco/URI.h>
 
 #include <gmock/gmock.h>
@@ -276,6 +277,16 @@ TEST(QueryFilterJSON, CountsNullPointersOfAResourceSearchAsMissing)
     EXPECT_FALSE(QueryFilterJSONSteps::search(*document, {}, textAndNull));
 }
 
+/// Meant so: the matches are counted in 16 bits.
+TEST(QueryFilterJSON, LosesCountOfMoreAttributesThan16BitsHold)
+{
+    const Object::Ptr document = object(R"({"a":"x"})");
+    AttributeValueSearchCollection searches(65'535, attributes({{"a", "x"}}).front());
+    EXPECT_TRUE(QueryFilterJSONSteps::search(*document, searches, {}));
+    searches.push_back(searches.front());
+    EXPECT_FALSE(QueryFilterJSONSteps::search(*document, searches, {}));
+}
+
 TEST(QueryFilterJSON, TriesTheAttributesBehindAMissingOneButNotBehindAWrongOne)
 {
     const Object::Ptr document = object(R"({"a":"x","empty":null})");
@@ -304,6 +315,25 @@ TEST(QueryFilterJSON, FindsEachFreetextSomewhere)
     EXPECT_FALSE(QueryFilterJSON::findContainedFreetexts(*document, {nullptr}));
     EXPECT_TRUE(QueryFilterJSON::findContainedFreetexts(Object(), {}));
     EXPECT_FALSE(QueryFilterJSON::findContainedFreetexts(Object(), freetexts({"x"})));
+}
+
+/// One evaluation has one budget, whichever search it is spent on.
+TEST(QueryFilterJSON, BoundsWhatThePatternsOfOneEvaluationCostTogether)
+{
+    const std::string LOOKS_BACK = "(?=.*x).*y%";
+    Object::Ptr document(new Object);
+    document->set("a", 'y' + std::string(9'000, 'x') + '!');
+    EXPECT_TRUE(AnyValueSearch(LOOKS_BACK).match(document->get("a")));
+    const AnyValueSearchCollection texts(50, freetexts({LOOKS_BACK}).front());
+    const AttributeValueSearchCollection pairs(50, attributes({{"a", LOOKS_BACK}}).front());
+    const auto few = texts.begin() + 2;
+    EXPECT_TRUE(QueryFilterJSON::findContainedFreetexts(*document, {texts.begin(), few}));
+    EXPECT_THROW(QueryFilterJSON::findContainedFreetexts(*document, texts), Poco::RegularExpressionException);
+    EXPECT_TRUE(QueryFilterJSON::findContainedAttributePairs(*document, {pairs.begin(), pairs.begin() + 2}));
+    EXPECT_THROW(QueryFilterJSON::findContainedAttributePairs(*document, pairs),
+                 Poco::RegularExpressionException);
+    EXPECT_TRUE(QueryFilterJSONSteps::search(*document, {pairs.begin(), pairs.begin() + 2}, {}));
+    EXPECT_THROW(QueryFilterJSONSteps::search(*document, pairs, {}), Poco::RegularExpressionException);
 }
 
 TEST(QueryFilterJSON, FindsEachAttributePair)

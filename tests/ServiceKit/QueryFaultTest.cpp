@@ -1,6 +1,9 @@
 #include "QueryFault.h"
 
+#include "Command/QueryFilterJSON.h"
 #include "JsonMatchers.h"
+
+#include <Poco/Exception.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -71,18 +74,35 @@ TEST(QueryFault, ReplacesWhatCannotStandInADocument)
 
 TEST(QueryFault, FindsTheSearchThatTakesTooMuchEffort)
 {
-    const auto array = Zovi::Test::parseJson(R"([{"name":")" + std::string(10000, 'a') + R"(","size":null}])")
-                           .extract<Poco::JSON::Array::Ptr>();
-    const auto faultOn = [&array](const std::string& query) {
-        return describeSearchFault(Poco::URI("/shop/basket?" + query), *array);
+    const std::string hostile = "(?:(a)|b)*\\1b: +";
+    const auto faultOf = [](const std::string& query, const Poco::RegularExpressionException& exception) {
+        return describeSearchFault(Poco::URI("/shop/basket?" + query), exception);
     };
     const std::string expected = ", expected a pattern that takes less effort to match";
-    const std::string hostile = "(?:(a)%7Cb)*%5C1b";
-    EXPECT_EQ(faultOn("$q=" + hostile), "parameter '$q' is '(?:(a)|b)*\\1b'" + expected);
-    // What fails in another way, or is no search, is not at fault here.
-    EXPECT_EQ(faultOn("$sortby=-name&$q=b&size=1&name=" + hostile + "%25"),
-              "parameter 'name' is '(?:(a)|b)*\\1b%'" + expected);
-    EXPECT_EQ(faultOn("name=b&$limit=1"), "a search pattern takes too much effort to match");
+    const Poco::RegularExpressionException tooDeep("PCRE error -21", hostile);
+    const std::string encoded = "(?:(a)%7Cb)*%5C1b:%20%2B";
+    EXPECT_EQ(faultOf("$q=" + encoded, tooDeep), "parameter '$q' is '" + hostile + "'" + expected);
+    EXPECT_EQ(faultOf("$q=b&$fields=" + encoded + "&size=1&name=" + encoded, tooDeep),
+              "parameter 'name' is '" + hostile + "'" + expected);
+    const std::string unknown = "a search pattern takes too much effort to match";
+    EXPECT_EQ(faultOf("name=b&$limit=1", tooDeep), unknown);
+    EXPECT_EQ(faultOf("name=b", Poco::RegularExpressionException("b")), unknown);
+}
+
+/// What the criteria throw is what the description is made of.
+TEST(QueryFault, UnderstandsWhatTheSearchesThrow)
+{
+    const Poco::URI uri("/shop/basket?size=1&name=(?:(a)%7Cb)*%5C1b%25");
+    const auto array = Zovi::Test::parseJson(R"([{"size":1,"name":")" + std::string(10000, 'a') + R"("}])")
+                           .extract<Poco::JSON::Array::Ptr>();
+    try {
+        Poco::JSON::Array found;
+        Command::QueryFilterJSON::filterJSONArrayByQuery(*array, Command::RequestBase(uri), found);
+        ADD_FAILURE() << "no exception";
+    } catch (const Poco::RegularExpressionException& exception) {
+        EXPECT_THAT(describeSearchFault(uri, exception),
+                    StartsWith("parameter 'name' is '(?:(a)|b)*\\1b%', expected a pattern that takes less"));
+    }
 }
 
 } // namespace Zovi::ServiceKit

@@ -9,6 +9,7 @@
 #include "JsonSorting.h"
 #include "Logging/LogStream.h"
 #include "MemberFinder.h"
+#include "Query/MatchingBudget.h"
 #include "RequestExpansion.h"
 #include "ResourceSearch.h"
 
@@ -159,6 +160,7 @@ void QueryFilterJSON::filterJSONArrayByQuery(const Array& jsonArray, const Reque
     reqCommand.extractSearchCriteria<AttributeValueSearch>(attributeSearches);
     reqCommand.extractSearchCriteria<AnyValueSearch>(freetextSearches);
 
+    const MatchingBudget budget;
     ResourceSearch search(attributeSearches, freetextSearches);
     const bool isSearch = !attributeSearches.empty() || !freetextSearches.empty();
     const JsonObjects objects =

@@ -3,6 +3,7 @@
 #include "Command/Query/FilterParameter.h"
 #include "Command/Query/ValueSearch.h"
 #include "Logging/LogStream.h"
+#include "Query/MatchingBudget.h"
 #include "RequestExpansion.h"
 #include "ResourceSearch.h"
 
@@ -68,12 +69,14 @@ bool QueryFilterJSON::applyResourceSearch(const Object& pJsonObj,
                                           const AttributeValueSearchCollection& attributeFilter,
                                           const AnyValueSearchCollection& freetextFilter)
 {
+    const MatchingBudget budget;
     return ResourceSearch(attributeFilter, freetextFilter).accepts(pJsonObj);
 }
 
 bool QueryFilterJSON::findContainedFreetexts(const Object& sourceObj,
                                              const AnyValueSearchCollection& freetextsVec)
 {
+    const MatchingBudget budget;
     return std::all_of(freetextsVec.begin(), freetextsVec.end(),
                        [&](const auto& search) { return search && hasMatchingValue(sourceObj, *search); });
 }
@@ -81,6 +84,7 @@ bool QueryFilterJSON::findContainedFreetexts(const Object& sourceObj,
 bool QueryFilterJSON::findContainedAttributePairs(const Object& sourceObj,
                                                   const AttributeValueSearchCollection& attributePairVec)
 {
+    const MatchingBudget budget;
     return std::all_of(attributePairVec.begin(), attributePairVec.end(), [&](const auto& search) {
         return search && hasMatchingAttribute(sourceObj, *search);
     });

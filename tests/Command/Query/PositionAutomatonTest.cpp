@@ -29,7 +29,7 @@ bool isUnderstood(const Expressions& expressions)
     return PositionAutomaton::create(expressions) != nullptr;
 }
 
-bool match(const Expressions& expressions, const std::string& text)
+std::optional<bool> match(const Expressions& expressions, const std::string& text)
 {
     return PositionAutomaton::create(expressions)->match(text);
 }
@@ -63,7 +63,7 @@ std::string randomExpression(RandomSource& random)
         "[ab]", "[^a]", "[0-9a]", "(",    "(",      ")",   ")",     "(?:", "|",   "*",   "+",    "?",
         "??",   "*?",   "{2}",    "{1,}", "{0,2}",  "{0}", "{,",    "-",   "1",   "\n",  "\xE4", "[a-",
         "]",    "^",    "$",      "\\",   "[b\\d]", "[]",  "[^-b]", "\\b", "\\1"};
-    std::string expression;
+    std::string expression = random.oneIn(5) ? "(?i)" : "";
     for (std::size_t count = random.below(8); count != 0; --count)
         expression += random.pick(parts);
     return expression;
@@ -73,8 +73,8 @@ std::string randomText(RandomSource& random)
 {
     std::string text;
     for (std::size_t length = 1 + random.below(6); length != 0; --length)
-        text += random.oneOf("aaabb1.-\n\xE4 ");
-    return text.back() == '\n' ? text + 'a' : text;
+        text += random.oneOf("aaabbAB1.-\n\xE4 ");
+    return text;
 }
 
 } // namespace
@@ -131,6 +131,20 @@ TEST(PositionAutomaton, MatchesTheWholeText)
         {{"a{0,1}b{0}c"}, "c", true},
         {{"a{0,1}b{0}c"}, "bc", false},
         {{"a{0,}"}, "aaa", true},
+        // case, ignored by the expressions behind as well
+        {{"(?i)ab"}, "aB", true},
+        {{"(?i)[a-c]\\D"}, "BX", true},
+        {{"(?i)[^a-c]"}, "B", false},
+        {{"(?i)a", "b"}, "B", true},
+        {{"a", "(?i)b"}, "A", false},
+        {{"(?i)[@-Z]"}, "{", false},
+        {{"(?i)\xC4"}, "\xE4", false},
+        // nothing at all, which no text is
+        {{"a*"}, "", false},
+        // a line feed at the end
+        {{"a.*"}, "ab\n", false},
+        {{"a\\s"}, "a\n", true},
+        {{"[^b]+a\\n"}, "\na\n", true},
     };
     for (const auto& row : ROWS) {
         SCOPED_TRACE(::testing::PrintToString(row.expressions) + " on " + row.text);
@@ -138,10 +152,20 @@ TEST(PositionAutomaton, MatchesTheWholeText)
     }
 }
 
+/// `^a\s*$` takes "a" first or "a\n", and only one of them is the whole text.
+TEST(PositionAutomaton, LeavesItOpenWhereALineFeedAtTheEndMayBeTakenOrNot)
+{
+    EXPECT_EQ(match({"a\\s*"}, "a\n"), std::nullopt);
+    EXPECT_EQ(match({"a", "a\\n"}, "a\n"), std::nullopt);
+    EXPECT_EQ(match({"\\n?"}, "\n"), std::nullopt);
+    EXPECT_EQ(match({"a\\s*"}, "b\n"), false);
+    EXPECT_EQ(match({"a\\s*"}, "a\n\t"), true);
+}
+
 TEST(PositionAutomaton, DoesNotUnderstandWhatIsNoRepetitionOfCharacters)
 {
     for (const std::string expression :
-         {"a|b",    "^a",      "a$",   "(?=a)a", "(?i)a",   "(?P<n>a)",    "(?>a)",   "(*COMMIT)a",
+         {"a|b",    "^a",      "a$",   "(?=a)a", "a(?i)b",  "(?P<n>a)",    "(?>a)",   "(*COMMIT)a",
           "(a)\\1", "\\bab",   "\\Aa", "\\x41",  "\\Qa\\E", "a++",         "a*+",     "a?+",
           "a{2}+",  "a{2}{2}", "a{",   "a{x}",   "{2}",     "a{,2}",       "a{2,1}",  "a{65}",
           "(a",     "a)",      "[a",   "[]a]",   "[^]a]",   "[[:alpha:]]", "[\\d-z]", "[a-\\d]",
@@ -165,7 +189,7 @@ TEST(PositionAutomaton, UnderstandsAsMuchAsItHasRoomFor)
     EXPECT_FALSE(isUnderstood({repeated("(a)", 21)}));
     EXPECT_TRUE(isUnderstood({repeated("(?:a)", 21)}));
     EXPECT_FALSE(isUnderstood({repeated("(?:", 20) + repeated("){64}", 20)}));
-    EXPECT_TRUE(match({repeated("a", 63) + "+"}, repeated("a", 1000)));
+    EXPECT_EQ(match({repeated("a", 63) + "+"}, repeated("a", 1000)), true);
 }
 
 TEST(PositionAutomaton, TakesLinearTimeOnHostileExpressions)
@@ -178,8 +202,8 @@ TEST(PositionAutomaton, TakesLinearTimeOnHostileExpressions)
                                                                    {"(a?){30}(a*){30}b"}}) {
         SCOPED_TRACE(expressions.front());
         const auto start = std::chrono::steady_clock::now();
-        EXPECT_FALSE(match(expressions, text));
-        EXPECT_TRUE(match({expressions.front() + "?"}, text));
+        EXPECT_EQ(match(expressions, text), false);
+        EXPECT_EQ(match({expressions.front() + "?"}, text), true);
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
     }
 }
@@ -203,7 +227,10 @@ TEST(PositionAutomaton, GivesWhatTheRegularExpressionGives)
             // It is asked only about what compiles.
             if (!expected)
                 break;
-            ASSERT_EQ(automaton->match(text), *expected)
+            const std::optional<bool> answer = automaton->match(text);
+            if (!answer)
+                continue;
+            ASSERT_EQ(*answer, *expected)
                 << ::testing::PrintToString(expressions) << " on " << ::testing::PrintToString(text);
             ++compared;
             matches += *expected ? 1 : 0;

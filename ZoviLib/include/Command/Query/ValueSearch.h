@@ -19,6 +19,7 @@ class AttributeValueBase;
 namespace Zovi::Command
 {
 
+class LimitedExpression;
 class PositionAutomaton;
 class WildcardPattern;
 
@@ -30,14 +31,18 @@ class WildcardPattern;
 /// the start decides, even if it leaves something over. `a%b,c` is `^a.*b$|^c$`. The empty text matches no
 /// pattern. Case always counts.
 ///
-/// Lists of plain characters and wildcards are matched in time proportional to the text. Any other pattern
-/// may ask for more steps or deeper nesting than is safe to give, the sooner the longer the text. Up to 64
-/// characters, wildcards and classes, in groups, with alternatives and repeated as they may be, are then
-/// matched in another way, whose time is proportional to the text; all else, and every text that ends with a
-/// line feed, ends in a `Poco::RegularExpressionException`. Less than 256 KiB of stack are in use.
+/// Lists of plain characters and wildcards are matched in time proportional to the text, and so are lists of
+/// expressions with up to 64 characters, dots and classes in all, in groups, with alternatives and repeated
+/// as they may be; `(?i)` may stand in front.
 ///
-/// A pattern that calls its own groups, as in `(a|b)(?1)`, more than a few times is taken for one that does
-/// not compile.
+/// Any other pattern may ask for more steps or deeper nesting than is safe to give and ends in a
+/// `Poco::RegularExpressionException` then, whose text ends with a colon, a blank and `getQueryValue`. What
+/// is given is counted, for all texts and patterns of one evaluation by `QueryFilterJSON` together, for each
+/// text by itself outside of any; at worst it takes about a second on a common machine. Short texts that need
+/// few steps do not count. Less than 256 KiB of stack are in use.
+///
+/// A pattern that calls its own groups, as in `(a|b)(?1)`, more than 12 times, or more than twice if it has a
+/// "{", is taken for one that does not compile.
 ///
 /// Always valid: a pattern that does not compile leaves the constructor of the derived class by a
 /// `Poco::RegularExpressionException`. Any number of threads may match with one criterion.
@@ -111,17 +116,15 @@ protected:
     mutable std::unique_ptr<Poco::RegularExpression> m_regEx;
 
 private:
-    void prepareForMuchEffort() const;
     bool matchPattern(const std::string& value) const;
-    bool canAutomatonDecide(const std::string& value) const;
 
     /// Set if the list is a pattern of plain characters and wildcards only.
     std::unique_ptr<const WildcardPattern> m_wildcards;
-    /// The list with tighter limits, for long texts.
-    mutable std::unique_ptr<Poco::RegularExpression> m_longTextRegEx;
-    /// The list without any limits; null if it cannot be had so.
-    mutable std::unique_ptr<const PositionAutomaton> m_automaton;
-    /// What is made late is made at once: the expression of a list of wildcards, or the two of another list.
+    /// Set if the list is another pattern; null if there is no automaton for it.
+    std::unique_ptr<const PositionAutomaton> m_automaton;
+    /// Set if the list is another pattern, for the texts that the automaton leaves undecided.
+    std::unique_ptr<const LimitedExpression> m_limitedExpression;
+    /// The expression of a list of wildcards is compiled when it is asked for.
     mutable std::once_flag m_compiledLate;
     bool m_integersMayMatch = true;
     bool m_floatsMayMatch = true;

@@ -22,6 +22,7 @@ constexpr int MAX_GROUPS = 20;
 constexpr int MAX_REPETITIONS = 64;
 
 constexpr std::string_view QUANTIFIERS = "*+?{";
+constexpr std::string_view IGNORE_CASE = "(?i)";
 
 std::size_t indexOf(char character)
 {
@@ -89,11 +90,13 @@ public:
     bool add(std::string_view expression)
     {
         m_rest = expression;
+        ignoreCaseIfAsked();
         const Part part = readSequence();
         if (!m_rest.empty())
             giveUp();
         m_automaton.m_first |= part.first;
         m_automaton.m_last |= part.last;
+        m_automaton.m_takesNothing = m_automaton.m_takesNothing || part.maybeEmpty;
         return m_isUnderstood;
     }
 
@@ -115,6 +118,27 @@ private:
     {
         m_isUnderstood = false;
         m_rest = {};
+    }
+
+    /// Counts for the expressions behind it as well.
+    void ignoreCaseIfAsked()
+    {
+        if (m_rest.substr(0, IGNORE_CASE.size()) != IGNORE_CASE)
+            return;
+        m_rest.remove_prefix(IGNORE_CASE.size());
+        m_ignoresCase = true;
+    }
+
+    /// `bytes`, and the letters among them in both cases if case is ignored.
+    Bytes inBothCases(const Bytes& bytes) const
+    {
+        Bytes result = bytes;
+        for (std::size_t letter = 'a'; m_ignoresCase && letter <= 'z'; ++letter) {
+            const std::size_t capital = letter - 'a' + 'A';
+            result.set(letter, bytes.test(letter) || bytes.test(capital));
+            result.set(capital, result.test(letter));
+        }
+        return result;
     }
 
     bool beginsWith(char character) const { return !m_rest.empty() && m_rest.front() == character; }
@@ -260,7 +284,7 @@ private:
         case '\0':
             return refused();
         default:
-            return position(only(*character));
+            return position(inBothCases(only(*character)));
         }
     }
 
@@ -296,6 +320,7 @@ private:
         Bytes bytes;
         while (m_isUnderstood && !skip(']'))
             bytes |= readClassMember();
+        bytes = inBothCases(bytes);
         return isNegated ? ~bytes : bytes;
     }
 
@@ -372,6 +397,7 @@ private:
     int m_atoms = 0;
     int m_groups = 0;
     int m_depth = 0;
+    bool m_ignoresCase = false;
     bool m_isUnderstood = true;
 };
 
@@ -386,8 +412,21 @@ PositionAutomaton::create(const std::vector<std::string>& expressions)
     return isUnderstood ? std::move(automaton) : nullptr;
 }
 
-bool PositionAutomaton::match(std::string_view text) const
+std::optional<bool> PositionAutomaton::match(std::string_view text) const
 {
+    if (text.empty())
+        return false;
+    const bool takesAll = takes(text);
+    if (!takesAll || text.back() != '\n')
+        return takesAll;
+    // "$" also stands before a line feed that ends the text.
+    return takes(text.substr(0, text.size() - 1)) ? std::nullopt : std::optional(true);
+}
+
+bool PositionAutomaton::takes(std::string_view text) const
+{
+    if (text.empty())
+        return m_takesNothing;
     Positions reached = m_first & takersOf(text.front());
     for (const char character : text.substr(1)) {
         if (reached == 0)

@@ -4,6 +4,7 @@
 #include "Data/AttributeValueBase.h"
 #include "Data/XObjectBase.h"
 #include "JSONTools.h"
+#include "LimitedExpression.h"
 #include "Logging/LogStream.h"
 #include "NumberHelper.h"
 #include "PositionAutomaton.h"
@@ -15,6 +16,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 #include <string_view>
 #include <typeinfo>
 
@@ -26,16 +28,6 @@ namespace
 
 using Data::AttributeValueBase;
 using Poco::Dynamic::Var;
-
-/// A matcher that recurses takes about 512 bytes of stack a level, on x86-64 and on 64-bit Arm alike: 150 KiB
-/// here, less than compiling the deepest nesting of parentheses takes anyway.
-const std::string RECURSION_LIMIT_VERB = "(*LIMIT_RECURSION=300)";
-
-/// A step may look at the whole rest of the text. Both limits keep hostile patterns below about a second, the
-/// second one on texts of a megabyte.
-const std::string SHORT_TEXT_LIMITS = "(*LIMIT_MATCH=50000)" + RECURSION_LIMIT_VERB;
-const std::string LONG_TEXT_LIMITS = "(*LIMIT_MATCH=1000)" + RECURSION_LIMIT_VERB;
-constexpr std::size_t SHORT_TEXT_LENGTH = 16 * 1024;
 
 /// Lists of wildcards up to this size always compile: each byte and each alternative takes less than eight
 /// bytes of the 64 KiB that an expression may take.
@@ -128,17 +120,10 @@ void refuseManySubroutineCalls(std::string_view pattern)
         throw Poco::RegularExpressionException("too many subroutine calls");
 }
 
-/// A pattern that tries to set limits of its own cannot: such words count at the very start only.
-std::unique_ptr<Poco::RegularExpression> compile(const std::string& pattern, const std::string& limits)
+std::unique_ptr<Poco::RegularExpression> compile(const std::string& pattern)
 {
     refuseManySubroutineCalls(pattern);
-    try {
-        return std::make_unique<Poco::RegularExpression>(limits + pattern, 0, true);
-    } catch (const Poco::RegularExpressionException&) {
-        // The text of the exception tells an offset, which is to be that in the pattern itself.
-        const Poco::RegularExpression patternAlone(pattern, 0, true);
-        throw;
-    }
+    return LimitedExpression::compile(pattern);
 }
 
 std::unique_ptr<const PositionAutomaton> makeAutomaton(const std::vector<std::string>& values)
@@ -146,6 +131,13 @@ std::unique_ptr<const PositionAutomaton> makeAutomaton(const std::vector<std::st
     std::vector<std::string> expressions;
     std::transform(values.begin(), values.end(), std::back_inserter(expressions), replaceWildcards);
     return PositionAutomaton::create(expressions);
+}
+
+std::unique_ptr<const LimitedExpression> makeExpression(const std::vector<std::string>& values)
+{
+    const auto longest = std::max_element(values.begin(), values.end(),
+                                          [](const auto& a, const auto& b) { return a.size() < b.size(); });
+    return std::make_unique<LimitedExpression>(prepareRegEx(values), longest->size());
 }
 
 bool hasWildcard(const std::string& value)
@@ -219,12 +211,12 @@ std::vector<std::string> AbstractValueSearch::splitValues(const std::string& que
 
 Poco::RegularExpression* AbstractValueSearch::createRegEx(const std::string& searchValue)
 {
-    return compile(prepareRegEx(searchValue), SHORT_TEXT_LIMITS).release();
+    return compile(prepareRegEx(searchValue)).release();
 }
 
 Poco::RegularExpression* AbstractValueSearch::createRegEx(const std::vector<std::string>& queryValue)
 {
-    return compile(prepareRegEx(queryValue), SHORT_TEXT_LIMITS).release();
+    return compile(prepareRegEx(queryValue)).release();
 }
 
 void AbstractValueSearch::setPattern()
@@ -235,6 +227,10 @@ void AbstractValueSearch::setPattern()
     // Also where matching does without it, an expression that is too large is refused.
     if (!m_wildcards || m_wildcards->size() > CERTAINLY_COMPILES)
         m_regEx.reset(createRegEx(m_searchValues));
+    if (m_wildcards)
+        return;
+    m_automaton = makeAutomaton(m_searchValues);
+    m_limitedExpression = makeExpression(m_searchValues);
 }
 
 const Poco::RegularExpression& AbstractValueSearch::compiledPattern() const
@@ -248,34 +244,16 @@ const Poco::RegularExpression& AbstractValueSearch::compiledPattern() const
     return *m_regEx;
 }
 
-void AbstractValueSearch::prepareForMuchEffort() const
-{
-    std::call_once(m_compiledLate, [this] {
-        m_automaton = makeAutomaton(m_searchValues);
-        m_longTextRegEx = compile(prepareRegEx(m_searchValues), LONG_TEXT_LIMITS);
-    });
-}
-
 bool AbstractValueSearch::matchPattern(const std::string& value) const
 {
-    if (value.size() <= SHORT_TEXT_LENGTH) {
-        try {
-            return m_regEx->match(value, 0);
-        } catch (const Poco::RegularExpressionException&) {
-            prepareForMuchEffort();
-            if (!canAutomatonDecide(value))
-                throw;
-        }
+    const std::optional<bool> answer = m_automaton ? m_automaton->match(value) : std::nullopt;
+    if (answer)
+        return *answer;
+    try {
+        return m_limitedExpression->match(value);
+    } catch (const Poco::RegularExpressionException& exception) {
+        throw Poco::RegularExpressionException(exception.message(), m_queryValue);
     }
-    prepareForMuchEffort();
-    return canAutomatonDecide(value) ? m_automaton->match(value) : m_longTextRegEx->match(value, 0);
-}
-
-/// Where the text ends with a line feed, an expression may match without it. Which match counts then is a
-/// matter of the order in which they are tried.
-bool AbstractValueSearch::canAutomatonDecide(const std::string& value) const
-{
-    return m_automaton && !value.empty() && value.back() != '\n';
 }
 
 bool AbstractValueSearch::match(const std::string& value) const
