@@ -2,6 +2,7 @@
 
 #include "RandomSource.h"
 
+#include <Poco/Exception.h>
 #include <Poco/RegularExpression.h>
 
 #include <gmock/gmock.h>
