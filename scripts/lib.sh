@@ -63,3 +63,15 @@ test_preset() {
         { print; fflush() }
         END { print verdict }'
 }
+
+# The address on which the host service listens, once the file holds what it says at its start.
+wait_for_address() {
+    local address
+    for _ in $(seq 100); do
+        address=$(sed -n 's/^kyr-host listens on \(.*\)\. Try:$/\1/p' "$1")
+        [ -z "$address" ] || break
+        sleep 0.1
+    done
+    [ -n "$address" ] || fail "the host service does not listen"
+    echo "$address"
+}
