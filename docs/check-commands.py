@@ -6,7 +6,8 @@ Usage: check-commands.py --serve NAME=COMMAND... [--page-address HOST:PORT] [--s
 COMMAND starts a service and makes it print where it listens; the page asks the first one until a comment names another,
 <!-- served by: NAME -->. A block of the kind "sh" with a curl in it is run as it
 stands, with the address on the page replaced by the real one; the next block, if it is "json" or "text", is what it
-writes. Times and ETags may differ. With --shape every value may, as on another machine, and then the two must have the
+writes. A block of the kind "ws" is a talk on a WebSocket: what is sent behind "> ", what then comes behind "< ". Times and
+ETags may differ. With --shape every value may, as on another machine, and then the two must have the
 same keys and types.
 """
 
@@ -19,7 +20,7 @@ import re
 import subprocess
 import sys
 
-from running import Service
+from running import Service, Talk
 
 BLOCK = re.compile(r"^```(\w+)\n(.*?)^```$|^<!-- served by: (\w+) -->$", re.DOTALL | re.MULTILINE)
 MASKS = ((r'"timestamp":\d+', '"timestamp":0'), (r"(?m)^Date: .*$", "Date: ..."))
@@ -60,23 +61,29 @@ class Checker:
         self.arguments = arguments
         self.commands = dict(serve.split("=", 1) for serve in arguments.serve)
         self.service = Service(next(iter(self.commands.values())))
+        self.talk = None
         self.given = None
         self.asked = 0
         self.wrong = 0
 
     def close(self):
+        if self.talk:
+            self.talk.close()
+            self.talk = None
         self.service.close()
 
     def block(self, match):
         """What stands in place of a block."""
         kind, body, name = match.groups()
         if name:
-            self.service.close()
+            self.close()
             self.service = Service(self.commands[name])
             return match.group(0)
         if kind == "sh":
             self.given = self.ask(body) if "curl " in body else None
             return match.group(0)
+        if kind == "ws":
+            self.given = self.converse(body)
         if self.given is None:
             return match.group(0)
         body = self.compare(kind, body)
@@ -86,6 +93,17 @@ class Checker:
     def ask(self, command):
         self.asked += 1
         return run(command, self.arguments.page_address, self.service.address)
+
+    def converse(self, body):
+        """The lines of a talk, as it really goes."""
+        self.asked += 1
+        self.talk = self.talk or Talk(self.service.address)
+        lines = []
+        for line in body.splitlines():
+            if line.startswith("> "):
+                self.talk.send(line[2:])
+            lines.append(line if line.startswith("> ") else "< " + self.talk.receive())
+        return "\n".join(lines) + "\n"
 
     def compare(self, kind, body):
         expected, actual = (comparable(kind, side, self.arguments.shape) for side in (body or "null", self.given))

@@ -1,5 +1,6 @@
 """A service that runs while a check needs it."""
 
+import asyncio
 import re
 import shlex
 import signal
@@ -25,3 +26,31 @@ class Service:
     def close(self):
         self.process.send_signal(signal.SIGTERM)
         self.process.wait(20)
+
+
+class Talk:
+    """A WebSocket to a service, by Debian's python3-websockets."""
+
+    TIMEOUT = 30
+
+    def __init__(self, address):
+        import websockets  # not every check needs it
+
+        self.loop = asyncio.new_event_loop()
+        self.socket = self.wait(lambda: websockets.connect(f"ws://{address}/"))
+
+    def wait(self, operation):
+        async def limited():
+            return await asyncio.wait_for(operation(), self.TIMEOUT)
+
+        return self.loop.run_until_complete(limited())
+
+    def send(self, text):
+        self.wait(lambda: self.socket.send(text))
+
+    def receive(self):
+        return self.wait(self.socket.recv)
+
+    def close(self):
+        self.wait(self.socket.close)
+        self.loop.close()

@@ -1,13 +1,14 @@
-// The shelf of examples/minimal grown by a second resource: books that refer to their authors.
+// The shelf of examples/minimal grown by two resources: authors, whom books refer to, and wishes, which
+// clients write.
 
 #include <Data/AttributeValue.h>
+#include <ServiceKit/EndSignals.h>
 #include <ServiceKit/HttpServer.h>
-#include <ServiceKit/RequestError.h>
-#include <ServiceKit/ResourceReference.h>
 #include <ServiceKit/Specification.h>
 
-#include <csignal>
 #include <iostream>
+#include <mutex>
+#include <set>
 
 using namespace Zovi;
 using namespace Zovi::ServiceKit;
@@ -122,6 +123,84 @@ private:
 };
 // [/books]
 
+// [wishes]
+class Wishes : public Shelf
+{
+public:
+    explicit Wishes(const Reference& shelf)
+        : Shelf(shelf.child("wishes"), "Books that readers would like to see here.")
+    {
+    }
+
+    Poco::JSON::Object::Ptr specification() const override
+    {
+        return makeSpecification(reference().name, description(), {});
+    }
+
+    Data::ElementCollection elements() const override
+    {
+        const std::lock_guard lock(m_mutex);
+        Data::ElementCollection wishes;
+        for (const std::string& title : m_titles)
+            wishes.push_back(makeElement(idOf(title), title));
+        return wishes;
+    }
+
+    MethodSet collectionMethods() const override { return {Method::GET, Method::HEAD, Method::POST}; }
+    MethodSet elementMethods() const override { return {Method::GET, Method::HEAD, Method::DELETE}; }
+
+    Command::HttpResponse write(const Command::HttpRequest& request) override
+    {
+        return request.getType() == Method::POST ? create(request) : remove(request);
+    }
+
+    bool tellsOfChanges() const override { return true; }
+
+private:
+    using Method = MethodSet::Method;
+
+    Command::HttpResponse create(const Command::HttpRequest& request)
+    {
+        const Poco::JSON::Object::Ptr body = request.asJson();
+        const std::string title = body ? body->optValue<std::string>("name", "") : "";
+        if (title.empty() || title.size() > 100)
+            throw RequestError(Command::HTTPStatus::HTTP_BAD_REQUEST,
+                               "a wish needs a 'name' of 100 bytes at most");
+        {
+            const std::lock_guard lock(m_mutex);
+            if (m_titles.size() == 100)
+                throw RequestError(Command::HTTPStatus::HTTP_CONFLICT, "there are 100 wishes already");
+            if (!m_titles.insert(title).second)
+                throw RequestError(Command::HTTPStatus::HTTP_CONFLICT, "that is wished for already");
+        }
+        notifyChanged();
+        const auto wish = makeElement(idOf(title), title);
+        Command::HttpResponse answer(Command::HTTPStatus::HTTP_CREATED,
+                                     Command::ResponseObject(wish->toJSON(0)));
+        answer.setLocation(wish->getUri().getPath());
+        return answer;
+    }
+
+    Command::HttpResponse remove(const Command::HttpRequest& request)
+    {
+        const Data::ElementBase::Ptr wish = element(elementId(request.getUrlPath()));
+        if (!wish)
+            throw absence(request.getUrlPath());
+        {
+            const std::lock_guard lock(m_mutex);
+            m_titles.erase(wish->getName());
+        }
+        notifyChanged();
+        return Command::HttpResponse::createStatusOk();
+    }
+
+    Poco::UUID idOf(const std::string& title) const { return nameBasedId(reference().id, title); }
+
+    mutable std::mutex m_mutex;
+    std::set<std::string> m_titles;
+};
+// [/wishes]
+
 int main(int argc, char** argv)
 {
     const auto tree = std::make_shared<ServiceTree>(Poco::UUID("8d6a0aa4-1e5e-4a3c-9d2e-5d1b8c9f0a11"));
@@ -131,19 +210,17 @@ int main(int argc, char** argv)
     shelf->add(authors);
     shelf->add(std::make_shared<Books>(shelf->reference(), authors));
     // [/add]
+    // [add-wishes]
+    shelf->add(std::make_shared<Wishes>(shelf->reference()));
+    // [/add-wishes]
     tree->add(shelf);
 
-    sigset_t end;
-    sigemptyset(&end);
-    sigaddset(&end, SIGINT);
-    sigaddset(&end, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &end, nullptr);
+    const EndSignals signals;
 
     ServerOptions options;
     options.port = static_cast<std::uint16_t>(argc > 1 ? std::stoi(argv[1]) : 8081);
     HttpServer server(tree, options);
     server.start();
     std::cout << "listens on http://" << server.address().toString() << std::endl;
-    int signal = 0;
-    sigwait(&end, &signal);
+    signals.wait();
 }

@@ -1,10 +1,10 @@
 // The smallest useful service: a shelf of books at http://127.0.0.1:8081/shelf/books.
 
 #include <Data/AttributeValue.h>
+#include <ServiceKit/EndSignals.h>
 #include <ServiceKit/HttpServer.h>
 #include <ServiceKit/Specification.h>
 
-#include <csignal>
 #include <iostream>
 
 using namespace Zovi;
@@ -64,17 +64,12 @@ int main(int argc, char** argv)
     shelf->add(std::make_shared<Books>(shelf->reference()));
     tree->add(shelf);
 
-    sigset_t end;
-    sigemptyset(&end);
-    sigaddset(&end, SIGINT);
-    sigaddset(&end, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &end, nullptr); // the threads of the server inherit it
+    const EndSignals signals;
 
     ServerOptions options;
     options.port = static_cast<std::uint16_t>(argc > 1 ? std::stoi(argv[1]) : 8081);
     HttpServer server(tree, options);
     server.start();
     std::cout << "listens on http://" << server.address().toString() << std::endl;
-    int signal = 0;
-    sigwait(&end, &signal);
+    signals.wait();
 }
