@@ -1,6 +1,7 @@
 #include "Connection.h"
 
 #include "Command/HttpResponse.h"
+#include "DeadlineSocket.h"
 #include "Logging/LogStream.h"
 #include "MessageBody.h"
 #include "RequestChecks.h"
@@ -29,62 +30,6 @@ namespace Zovi::ServiceKit
 using Command::HTTPStatus;
 using Poco::Net::HTTPMessage;
 using Poco::Net::HTTPServerResponseImpl;
-
-namespace
-{
-
-/// Whom the other side has left has nothing to report: sockets that are closed already are meant here.
-template <typename Operation>
-void ignoringClosed(Operation operation)
-{
-    try {
-        operation();
-    } catch (const Poco::Exception&) {
-    }
-}
-
-} // namespace
-
-OpenConnections::Entry::Entry(OpenConnections& connections, const Poco::Net::StreamSocket& socket)
-    : m_connections(connections)
-{
-    const std::lock_guard lock(m_connections.m_mutex);
-    m_position = m_connections.m_sockets.insert(m_connections.m_sockets.end(), socket);
-}
-
-OpenConnections::Entry::~Entry()
-{
-    const std::lock_guard lock(m_connections.m_mutex);
-    m_connections.m_sockets.erase(m_position);
-    m_connections.m_isEmpty.notify_all();
-}
-
-bool OpenConnections::isStopping() const
-{
-    const std::lock_guard lock(m_mutex);
-    return m_isStopping;
-}
-
-void OpenConnections::stop()
-{
-    const std::lock_guard lock(m_mutex);
-    m_isStopping = true;
-    for (Poco::Net::StreamSocket& socket : m_sockets)
-        ignoringClosed([&socket] { socket.shutdownReceive(); });
-}
-
-bool OpenConnections::waitUntilClosed(std::chrono::milliseconds timeout)
-{
-    std::unique_lock lock(m_mutex);
-    return m_isEmpty.wait_for(lock, timeout, [this] { return m_sockets.empty(); });
-}
-
-void OpenConnections::breakOff()
-{
-    const std::lock_guard lock(m_mutex);
-    for (Poco::Net::StreamSocket& socket : m_sockets)
-        ignoringClosed([&socket] { socket.shutdown(); });
-}
 
 /// Lets the body be read from the buffer of the session.
 class Connection::Session : public Poco::Net::HTTPServerSession
@@ -216,9 +161,10 @@ void Connection::run()
 
 void Connection::serve()
 {
-    const OpenConnections::Entry entry(m_context.connections, socket());
+    OpenConnections::Entry entry(m_context.connections, socket());
     const ServerOptions& options = m_context.options;
-    auto* deadline = new DeadlineSocket(socket().impl(), options.requestTimeout, options.answerTimeout);
+    auto* deadline =
+        new DeadlineSocket(socket().impl(), entry, options.requestTimeout, options.answerTimeout);
     Session session(Poco::Net::StreamSocket(deadline), m_context.params);
     while (!m_context.connections.isStopping() && session.hasMoreRequests()) {
         deadline->beginExchange();
@@ -226,9 +172,9 @@ void Connection::serve()
         // Streams keep to themselves that an answer went out in part, or not at all.
         if (session.networkException())
             return;
-        if (next == Next::EXCHANGE)
-            continue;
-        return next == Next::WEBSOCKET ? handOver(session) : closeBehindUnreadInput();
+        if (next != Next::EXCHANGE)
+            return next == Next::WEBSOCKET ? handOver(session) : closeBehindUnreadInput(entry);
+        entry.beginExchange();
     }
 }
 
@@ -268,12 +214,12 @@ void Connection::handOver(Session& session)
 
 /// To close a connection on which input is unread resets it, and the reset may overtake the answer. So the
 /// client is told that nothing more comes, and what it still sends is taken for a while.
-void Connection::closeBehindUnreadInput()
+void Connection::closeBehindUnreadInput(OpenConnections::Entry& entry)
 {
     static constexpr std::chrono::seconds PATIENCE{1};
     static constexpr int MAX_BYTES = 4 * 1024 * 1024;
     socket().shutdownSend();
-    Poco::AutoPtr<DeadlineSocket> input(new DeadlineSocket(socket().impl(), PATIENCE, PATIENCE));
+    Poco::AutoPtr<DeadlineSocket> input(new DeadlineSocket(socket().impl(), entry, PATIENCE, PATIENCE));
     std::array<char, 16 * 1024> bytes{};
     int left = MAX_BYTES;
     for (int count = 1; count > 0 && left > 0; left -= count)

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "DeadlineSocket.h"
 #include "Live/LiveServer.h"
+#include "OpenConnections.h"
 #include "ServiceKit/HttpServer.h"
 
 #include <Poco/Net/HTTPServerParams.h>
@@ -10,49 +10,8 @@
 #include <Poco/Net/TCPServerConnection.h>
 #include <Poco/Net/TCPServerConnectionFactory.h>
 
-#include <chrono>
-#include <condition_variable>
-#include <list>
-#include <mutex>
-
 namespace Zovi::ServiceKit
 {
-
-/// The connections that are open, so that a server can end them. Any thread may use it.
-class OpenConnections
-{
-public:
-    /// Keeps a connection in the list while it lives.
-    class Entry
-    {
-    public:
-        Entry(OpenConnections& connections, const Poco::Net::StreamSocket& socket);
-        ~Entry();
-        Entry(const Entry&) = delete;
-        Entry& operator=(const Entry&) = delete;
-
-    private:
-        OpenConnections& m_connections;
-        std::list<Poco::Net::StreamSocket>::iterator m_position;
-    };
-
-    bool isStopping() const;
-
-    /// From now on nothing more is read from any connection; what is under way may still be answered.
-    void stop();
-
-    /// False if some are left when the time is over.
-    bool waitUntilClosed(std::chrono::milliseconds timeout);
-
-    /// Nothing more is sent either.
-    void breakOff();
-
-private:
-    mutable std::mutex m_mutex;
-    std::condition_variable m_isEmpty;
-    std::list<Poco::Net::StreamSocket> m_sockets;
-    bool m_isStopping = false;
-};
 
 /// What the connections of one server have in common.
 struct ServerContext {
@@ -87,7 +46,7 @@ private:
     void serve();
     Next serveExchange(Session& session);
     void handOver(Session& session);
-    void closeBehindUnreadInput();
+    void closeBehindUnreadInput(OpenConnections::Entry& entry);
 
     ServerContext& m_context;
 };

@@ -10,10 +10,11 @@
 namespace Zovi::ServiceKit
 {
 
-DeadlineSocket::DeadlineSocket(Poco::Net::SocketImpl* connection, Duration requestTimeout,
-                               Duration answerTimeout)
+DeadlineSocket::DeadlineSocket(Poco::Net::SocketImpl* connection, OpenConnections::Entry& entry,
+                               Duration requestTimeout, Duration answerTimeout)
     : StreamSocketImpl(connection->sockfd())
     , m_connection(connection, true)
+    , m_entry(entry)
     , m_requestTimeout(requestTimeout)
     , m_answerTimeout(answerTimeout)
 {
@@ -56,6 +57,16 @@ int DeadlineSocket::sendBytes(const void* buffer, int length, int flags)
         sent += SocketImpl::sendBytes(bytes + sent, length - sent, flags | MSG_DONTWAIT | MSG_NOSIGNAL);
     }
     return sent;
+}
+
+bool DeadlineSocket::poll(const Poco::Timespan& timeout, int mode)
+{
+    if (StreamSocketImpl::poll(Poco::Timespan(), mode))
+        return true;
+    m_entry.beginWait();
+    const bool isReady = StreamSocketImpl::poll(timeout, mode);
+    m_entry.endWait();
+    return isReady;
 }
 
 void DeadlineSocket::waitFor(int mode, Clock::time_point deadline)

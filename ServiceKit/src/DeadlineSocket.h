@@ -1,5 +1,7 @@
 #pragma once
 
+#include "OpenConnections.h"
+
 #include <Poco/AutoPtr.h>
 #include <Poco/Net/StreamSocketImpl.h>
 
@@ -10,7 +12,7 @@ namespace Zovi::ServiceKit
 {
 
 /// A connection on which a whole exchange has a time limit, and not only each single read or write: who sends
-/// or takes a byte at a time gains nothing by it.
+/// or takes a byte at a time gains nothing by it. It tells when it waits for the client.
 ///
 /// It shares the connection that it is made from, which stays open as long as anybody else holds it.
 class DeadlineSocket : public Poco::Net::StreamSocketImpl
@@ -19,7 +21,9 @@ public:
     using Duration = std::chrono::milliseconds;
 
     /// `requestTimeout` runs from `beginExchange`, `answerTimeout` from the first byte sent after that.
-    DeadlineSocket(Poco::Net::SocketImpl* connection, Duration requestTimeout, Duration answerTimeout);
+    /// `entry` must outlive it.
+    DeadlineSocket(Poco::Net::SocketImpl* connection, OpenConnections::Entry& entry, Duration requestTimeout,
+                   Duration answerTimeout);
 
     void beginExchange();
 
@@ -30,6 +34,8 @@ public:
     /// These throw `Poco::TimeoutException` when the time is over.
     int receiveBytes(void* buffer, int length, int flags) override;
     int sendBytes(const void* buffer, int length, int flags) override;
+
+    bool poll(const Poco::Timespan& timeout, int mode) override;
 
     using StreamSocketImpl::receiveBytes;
     using StreamSocketImpl::sendBytes;
@@ -43,6 +49,7 @@ private:
     void waitFor(int mode, Clock::time_point deadline);
 
     Poco::AutoPtr<Poco::Net::SocketImpl> m_connection;
+    OpenConnections::Entry& m_entry;
     Duration m_requestTimeout;
     Duration m_answerTimeout;
     Clock::time_point m_requestDeadline;

@@ -16,6 +16,9 @@ namespace Zovi::ServiceKit
 namespace
 {
 
+/// Connections that the system holds until they are taken, which is at once as a rule.
+constexpr int BACKLOG = 1024;
+
 Poco::Timespan toTimespan(std::chrono::milliseconds time)
 {
     return Poco::Timespan(std::chrono::microseconds(time).count());
@@ -41,9 +44,28 @@ Poco::Net::ServerSocket listenOn(const ServerOptions& options)
     const Poco::Net::SocketAddress address(options.listenAddress, options.port);
     Poco::Net::ServerSocket socket;
     socket.bind(address, true, false);
-    socket.listen(options.maxQueuedConnections);
+    socket.listen(BACKLOG);
     return socket;
 }
+
+/// Refuses nobody: others make room for who comes.
+class Doorkeeper : public Poco::Net::TCPServerConnectionFilter
+{
+public:
+    explicit Doorkeeper(OpenConnections& connections)
+        : m_connections(connections)
+    {
+    }
+
+    bool accept(const Poco::Net::StreamSocket&) override
+    {
+        m_connections.noteArrival();
+        return true;
+    }
+
+private:
+    OpenConnections& m_connections;
+};
 
 class ConnectionFactory : public Poco::Net::TCPServerConnectionFactory
 {
@@ -71,10 +93,15 @@ public:
     Running(const std::shared_ptr<const ServiceTree>& tree, const ServerOptions& options,
             const Poco::Net::ServerSocket& socket)
         : m_webSockets(tree, options.live, options.exchange)
-        , m_context{options, makeParams(options), makeHandlers(tree, options), m_webSockets, {}}
+        , m_context{options, makeParams(options), makeHandlers(tree, options), m_webSockets,
+                    OpenConnections(static_cast<std::size_t>(options.maxConnections),
+                                    static_cast<std::size_t>(options.maxQueuedConnections))}
         , m_threads(1, options.maxConnections)
         , m_server(new ConnectionFactory(m_context), m_threads, socket, m_context.params)
     {
+        m_context.connections.setRefusals(
+            [this] { return static_cast<std::size_t>(m_server.refusedConnections()); });
+        m_server.setConnectionFilter(new Doorkeeper(m_context.connections));
         m_server.start();
     }
 

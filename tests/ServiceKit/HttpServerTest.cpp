@@ -12,7 +12,9 @@
 
 #include <chrono>
 #include <future>
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace Zovi::ServiceKit
 {
@@ -33,6 +35,10 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds SOON{2};
 
 const std::string GET_ID = "GET /id HTTP/1.1\r\nHost: localhost\r\n\r\n";
+const std::string GET_PUPPET = "GET /shop/puppet HTTP/1.1\r\nHost: localhost\r\n\r\n";
+
+/// An answer with it is more than the system keeps for a client that does not read.
+const std::string LONG_NAME(12 * 1024 * 1024, 'x');
 
 std::unique_ptr<HttpServer> startServer(const ServerOptions& options = {})
 {
@@ -259,18 +265,85 @@ TEST(HttpServer, GivesUpAnAnswerThatIsNotTaken)
 {
     ServerOptions options;
     options.answerTimeout = std::chrono::milliseconds(50);
-    options.maxConnections = 1;
-    HttpServer server(makeSampleTree([] {
-                          return Data::ElementCollection{makePuppet(std::string(12 * 1024 * 1024, 'x'))};
+    options.stopTimeout = std::chrono::minutes(5);
+    std::promise<void> isAsked;
+    HttpServer server(makeSampleTree([&isAsked] {
+                          isAsked.set_value();
+                          return Data::ElementCollection{makePuppet(LONG_NAME)};
                       }),
                       options);
     server.start();
     RawClient stuck(server.address());
-    stuck.send("GET /shop/puppet HTTP/1.1\r\nHost: localhost\r\n\r\n");
-    // There is only one place, and the next client gets it.
-    RawClient next(server.address());
-    next.send(GET_ID);
-    EXPECT_EQ(next.receive().status, 200);
+    stuck.send(GET_PUPPET);
+    isAsked.get_future().wait();
+    const auto begin = Clock::now();
+    server.stop();
+    EXPECT_LT(Clock::now() - begin, options.answerTimeout + std::chrono::seconds(20));
+}
+
+TEST(HttpServer, GivesThePlaceOfWhoLetsItWaitToWhoComes)
+{
+    ServerOptions options;
+    options.maxConnections = 1;
+    options.idleTimeout = std::chrono::minutes(5);
+    options.requestTimeout = std::chrono::minutes(5);
+    options.answerTimeout = std::chrono::minutes(5);
+    HttpServer server(makeSampleTree([] { return Data::ElementCollection{makePuppet(LONG_NAME)}; }), options);
+    server.start();
+    for (const std::string& request :
+         {std::string(), std::string("G"), std::string("GET /id HTTP/1.1\r\nHost: loc"),
+          std::string("POST /shop/basket HTTP/1.1\r\nHost: localhost\r\nContent-Length: 3\r\n\r\na"),
+          GET_PUPPET, GET_ID}) {
+        SCOPED_TRACE(request);
+        RawClient slow(server.address());
+        slow.send(request);
+        RawClient next(server.address());
+        next.send(GET_ID);
+        EXPECT_EQ(next.receive().status, 200);
+    }
+}
+
+TEST(HttpServer, AnswersAlthoughManyMoreLetItWaitThanItHasPlacesFor)
+{
+    ServerOptions options;
+    options.maxConnections = 8;
+    options.maxQueuedConnections = 8;
+    options.idleTimeout = std::chrono::minutes(5);
+    options.requestTimeout = std::chrono::minutes(5);
+    const auto server = startServer(options);
+    std::vector<std::unique_ptr<RawClient>> dripping;
+    for (int i = 0; i < 100; ++i) {
+        dripping.push_back(std::make_unique<RawClient>(server->address()));
+        dripping.back()->send("GET /id HT");
+        if (i % 10 == 9) {
+            RawClient client(server->address());
+            client.send(GET_ID);
+            EXPECT_EQ(client.receive().status, 200) << i;
+        }
+    }
+}
+
+TEST(HttpServer, KeepsThePlaceOfWhoWaitsForIt)
+{
+    ServerOptions options;
+    options.maxConnections = 1;
+    std::promise<void> isAsked;
+    std::promise<void> mayAnswer;
+    HttpServer server(makeSampleTree([&isAsked, answer = mayAnswer.get_future().share()] {
+                          isAsked.set_value();
+                          answer.wait();
+                          return Data::ElementCollection();
+                      }),
+                      options);
+    server.start();
+    RawClient first(server.address());
+    first.send(GET_PUPPET);
+    isAsked.get_future().wait();
+    RawClient second(server.address());
+    second.send(GET_ID);
+    mayAnswer.set_value();
+    EXPECT_EQ(first.receive().status, 200);
+    EXPECT_EQ(second.receive().status, 200);
 }
 
 TEST(HttpServer, ClosesIdleConnections)

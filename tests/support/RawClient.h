@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Poco/Exception.h>
 #include <Poco/Net/SocketAddress.h>
 #include <Poco/Net/StreamSocket.h>
 #include <Poco/String.h>
@@ -43,6 +44,15 @@ public:
     }
 
     void send(const std::string& text) { m_socket.sendBytes(text.data(), static_cast<int>(text.size())); }
+
+    /// Sends unless the server has closed.
+    void trySend(const std::string& text)
+    {
+        try {
+            send(text);
+        } catch (const Poco::Exception&) {
+        }
+    }
 
     /// No more is sent.
     void endSending() { m_socket.shutdownSend(); }

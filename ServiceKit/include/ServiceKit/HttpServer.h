@@ -23,7 +23,9 @@ struct ServerOptions {
     /// The TCP port; 0 takes any free one.
     std::uint16_t port = 0;
 
-    /// Connections that are served at once, and that wait for their turn; further ones are closed.
+    /// Connections that are served at once, and that wait for their turn; further ones are closed. When all
+    /// places are taken, who comes gets that of the client for which the server has waited longest: one that
+    /// stands idle, or sends its request or takes its answer bit by bit. That one's connection is closed.
     int maxConnections = 64;
     int maxQueuedConnections = 64;
 

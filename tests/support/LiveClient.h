@@ -59,6 +59,21 @@ public:
 
     void send(const std::string& bytes) { m_socket.sendBytes(bytes.data(), static_cast<int>(bytes.size())); }
 
+    /// Sends `bytes` over and over until the server takes no more for a while, or has taken `limit` bytes.
+    /// Gives the number of bytes sent.
+    std::size_t sendWhileThereIsRoom(const std::string& bytes, std::size_t limit)
+    {
+        std::size_t sent = 0;
+        m_socket.setBlocking(false);
+        while (sent < limit && m_socket.poll(Poco::Timespan(0, 200'000), Poco::Net::Socket::SELECT_WRITE)) {
+            const std::size_t begin = sent % bytes.size();
+            sent += static_cast<std::size_t>(
+                m_socket.sendBytes(bytes.data() + begin, static_cast<int>(bytes.size() - begin)));
+        }
+        m_socket.setBlocking(true);
+        return sent;
+    }
+
     void ask(const std::string& text) { send(clientText(text)); }
 
     /// `more` are further members: R"(,"interval":100)".
