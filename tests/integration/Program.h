@@ -5,6 +5,8 @@
 #include <Poco/Process.h>
 
 #include <csignal>
+#include <fstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -42,6 +44,18 @@ public:
         std::string line;
         std::getline(m_outputStream, line);
         return line;
+    }
+
+    /// What it takes of the machine's memory now, in KiB.
+    long residentMemory() const
+    {
+        std::ifstream status("/proc/" + std::to_string(m_process.id()) + "/status");
+        for (std::string word; status >> word;) {
+            long memory = 0;
+            if (word == "VmRSS:" && status >> memory)
+                return memory;
+        }
+        throw std::runtime_error("the program does not run");
     }
 
     void sendSignal(int signal) const { ::kill(static_cast<pid_t>(m_process.id()), signal); }
