@@ -197,6 +197,8 @@ TEST_F(LiveServerTest, TellsTheStateAsItIsToldOverHttp)
         "/shop/shelf?$limit=-2",
         "/shop/shelf?$offset=1",
         "/shop/shelf?$offset=1&$limit=1",
+        "/shop/shelf?$offset=-2&$limit=2",
+        "/shop/shelf?$offset=" + Shelf::idOf(2).toString() + "&$limit=-1",
         "/shop/shelf?$q=jar2",
         "/shop/shelf?$q=%25r3",
         "/shop/shelf?level=2",
