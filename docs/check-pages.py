@@ -34,18 +34,22 @@ class Problem(Exception):
     """Something that a page refers to is not there."""
 
 
+def without_markers(lines):
+    return [line for line in lines if not re.fullmatch(r"\s*// \[/?[\w-]+\]", line)]
+
+
 def snippet(path, name):
     """The lines of a region of a source file, without their common indentation."""
     lines = path.read_text().splitlines()
     if name == "all":
-        return lines
+        return without_markers(lines)
     stripped = [line.strip() for line in lines]
     try:
         begin = stripped.index(f"// [{name}]")
         end = stripped.index(f"// [/{name}]", begin)
     except ValueError:
         raise Problem(f"{path} has no region {name}") from None
-    inner = [line for line in lines[begin + 1 : end] if not re.fullmatch(r"\s*// \[/?[\w-]+\]", line)]
+    inner = without_markers(lines[begin + 1 : end])
     return textwrap.dedent("\n".join(inner)).strip("\n").splitlines()
 
 

@@ -50,9 +50,11 @@ std::string MethodSet::toHeader() const
 
 ChangeListener::~ChangeListener() = default;
 
-Resource::Resource(const Reference& reference, const std::string& description)
+Resource::Resource(const Reference& reference, const std::string& description,
+                   const std::vector<AttributeSpecification>& attributes)
     : m_reference(reference)
     , m_description(description)
+    , m_attributes(attributes)
     , m_object(Data::INVALID_XOBJ_ID)
 {
     reference.identify(m_object);
@@ -61,6 +63,20 @@ Resource::Resource(const Reference& reference, const std::string& description)
 }
 
 Resource::~Resource() = default;
+
+Poco::JSON::Object::Ptr Resource::specification() const
+{
+    return makeSpecification(m_reference.name, m_description, m_attributes);
+}
+
+Data::ElementBase::Ptr Resource::element(const Poco::UUID& id) const
+{
+    for (const Data::ElementBase::Ptr& candidate : elements()) {
+        if (candidate->getId() == id)
+            return candidate;
+    }
+    return {};
+}
 
 MethodSet Resource::collectionMethods() const
 {
@@ -89,6 +105,11 @@ RequestError Resource::absence(const Command::UrlPath& path) const
 {
     return {Command::HTTPStatus::HTTP_NOT_FOUND,
             m_reference.uri + " has no element " + inQuotes(path.getElement())};
+}
+
+Poco::UUID Resource::idOf(const std::string& key) const
+{
+    return nameBasedId(m_reference.id, key);
 }
 
 Poco::SharedPtr<Data::ElementGeneric> Resource::makeElement(const Poco::UUID& id,

@@ -1,10 +1,10 @@
 // The shelf of examples/minimal grown by two resources: authors, whom books refer to, and wishes, which
 // clients write.
 
-#include <Data/AttributeValue.h>
+#include <ServiceKit/ElementReference.h>
 #include <ServiceKit/EndSignals.h>
 #include <ServiceKit/HttpServer.h>
-#include <ServiceKit/Specification.h>
+#include <ServiceKit/Values.h>
 
 #include <iostream>
 #include <mutex>
@@ -12,36 +12,6 @@
 
 using namespace Zovi;
 using namespace Zovi::ServiceKit;
-using Text = Data::AttributeValueStringable<std::string>;
-
-// [reference]
-/// An attribute that refers to an element and keeps it alive.
-class ElementReference : public Data::AttributeValue<Data::ElementBase::Ptr, Data::AttributeValueObjectBase>
-{
-public:
-    ElementReference(const Data::ElementBase::Ptr& element)
-        : AttributeValue(element)
-    {
-    }
-
-    const Data::XObjectBase* getReferencedObject() const override { return get().get(); }
-};
-// [/reference]
-
-/// What both resources do: find an element among all.
-class Shelf : public Resource
-{
-public:
-    using Resource::Resource;
-
-    Data::ElementBase::Ptr element(const Poco::UUID& id) const override
-    {
-        for (const Data::ElementBase::Ptr& candidate : elements())
-            if (candidate->getId() == id)
-                return candidate;
-        return {};
-    }
-};
 
 // [authors]
 struct Author {
@@ -50,18 +20,13 @@ struct Author {
 };
 const std::vector<Author> AUTHORS = {{"Jane Austen", 1775}, {"Mary Shelley", 1797}};
 
-class Authors : public Shelf
+class Authors : public Resource
 {
 public:
     explicit Authors(const Reference& shelf)
-        : Shelf(shelf.child("authors"), "Who wrote the books.")
+        : Resource(shelf.child("authors"), "Who wrote the books.",
+                   {{"born", "integer", "", "The year of birth."}})
     {
-    }
-
-    Poco::JSON::Object::Ptr specification() const override
-    {
-        return makeSpecification(reference().name, description(),
-                                 {{"born", "integer", "", "The year of birth."}});
     }
 
     Data::ElementCollection elements() const override
@@ -69,13 +34,11 @@ public:
         Data::ElementCollection authors;
         for (const Author& author : AUTHORS) {
             auto element = makeElement(idOf(author.name), author.name);
-            element->setValue<Data::AttributeValueInteger>("born", author.born);
+            element->setValue<Integer>("born", author.born);
             authors.push_back(element);
         }
         return authors;
     }
-
-    Poco::UUID idOf(const std::string& name) const { return nameBasedId(reference().id, name); }
 };
 // [/authors]
 
@@ -90,29 +53,25 @@ const std::vector<Book> BOOKS = {
 };
 
 // [books]
-class Books : public Shelf
+class Books : public Resource
 {
 public:
     Books(const Reference& shelf, const std::shared_ptr<const Authors>& authors)
-        : Shelf(shelf.child("books"), "The books on the shelf.")
+        : Resource(
+              shelf.child("books"), "The books on the shelf.",
+              {{"author", "reference", "", "Who wrote it."}, {"pages", "integer", "", "How long it is."}})
         , m_authors(authors)
     {
-    }
-
-    Poco::JSON::Object::Ptr specification() const override
-    {
-        return makeSpecification(
-            reference().name, description(),
-            {{"author", "reference", "", "Who wrote it."}, {"pages", "integer", "", "How long it is."}});
     }
 
     Data::ElementCollection elements() const override
     {
         Data::ElementCollection books;
         for (const Book& book : BOOKS) {
-            auto element = makeElement(nameBasedId(reference().id, book.title), book.title);
-            element->setValue<ElementReference>("author", m_authors->element(m_authors->idOf(book.author)));
-            element->setValue<Data::AttributeValueInteger>("pages", book.pages);
+            auto element = makeElement(idOf(book.title), book.title);
+            element->setValue<ElementReference>("author",
+                                                {*m_authors, m_authors->idOf(book.author), book.author});
+            element->setValue<Integer>("pages", book.pages);
             books.push_back(element);
         }
         return books;
@@ -124,17 +83,12 @@ private:
 // [/books]
 
 // [wishes]
-class Wishes : public Shelf
+class Wishes : public Resource
 {
 public:
     explicit Wishes(const Reference& shelf)
-        : Shelf(shelf.child("wishes"), "Books that readers would like to see here.")
+        : Resource(shelf.child("wishes"), "Books that readers would like to see here.")
     {
-    }
-
-    Poco::JSON::Object::Ptr specification() const override
-    {
-        return makeSpecification(reference().name, description(), {});
     }
 
     Data::ElementCollection elements() const override
@@ -193,8 +147,6 @@ private:
         notifyChanged();
         return Command::HttpResponse::createStatusOk();
     }
-
-    Poco::UUID idOf(const std::string& title) const { return nameBasedId(reference().id, title); }
 
     mutable std::mutex m_mutex;
     std::set<std::string> m_titles;

@@ -1,9 +1,8 @@
 #include "FilesystemResource.h"
 
 #include "FileText.h"
-#include "ServiceKit/Specification.h"
 #include "ServiceKit/Text.h"
-#include "Values.h"
+#include "ServiceKit/Values.h"
 
 #include <sys/statvfs.h>
 
@@ -12,7 +11,24 @@
 namespace Zovi::Host
 {
 
+using ServiceKit::Counter;
 using ServiceKit::Reference;
+using ServiceKit::Text;
+
+namespace
+{
+
+std::vector<ServiceKit::AttributeSpecification> attributes()
+{
+    return {
+        {"mountPoint", "string", "", "Path under which its files are found."},
+        {"type", "string", "", "Kind of filesystem, as the kernel names it."},
+        {"size", "integer", "bytes", "All the room in it; not told for one behind a network.", true},
+        {"free", "integer", "bytes", "The room that is not taken; not told for one behind a network.", true},
+    };
+}
+
+} // namespace
 
 std::optional<Capacity> readCapacity(const std::string& mountPoint)
 {
@@ -27,23 +43,10 @@ std::optional<Capacity> readCapacity(const std::string& mountPoint)
 FilesystemResource::FilesystemResource(const Reference& service, const std::filesystem::path& root,
                                        std::function<std::optional<Capacity>(const std::string&)> capacityOf)
     : MachineResource(service.child("filesystems"),
-                      "The mounted filesystems of this machine that have room for files.")
+                      "The mounted filesystems of this machine that have room for files.", attributes())
     , m_mountInfo(root / "proc/self/mountinfo")
     , m_capacityOf(std::move(capacityOf))
 {
-}
-
-Poco::JSON::Object::Ptr FilesystemResource::specification() const
-{
-    return ServiceKit::makeSpecification(
-        reference().name, description(),
-        {
-            {"mountPoint", "string", "", "Path under which its files are found."},
-            {"type", "string", "", "Kind of filesystem, as the kernel names it."},
-            {"size", "integer", "bytes", "All the room in it; not told for one behind a network.", true},
-            {"free", "integer", "bytes", "The room that is not taken; not told for one behind a network.",
-             true},
-        });
 }
 
 FilesystemResource::Findings FilesystemResource::find() const

@@ -30,8 +30,6 @@ public:
     FilesystemResource(const ServiceKit::Reference& service, const std::filesystem::path& root,
                        std::function<std::optional<Capacity>(const std::string&)> capacityOf = readCapacity);
 
-    Poco::JSON::Object::Ptr specification() const override;
-
 private:
     Findings find() const override;
     bool describe(const Mount& mount, Data::ElementGeneric& element) const;

@@ -1,9 +1,8 @@
 #include "InterfaceResource.h"
 
 #include "FileText.h"
-#include "ServiceKit/Specification.h"
 #include "ServiceKit/Text.h"
-#include "Values.h"
+#include "ServiceKit/Values.h"
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>
@@ -24,7 +23,10 @@ namespace Zovi::Host
 namespace
 {
 
+using ServiceKit::Counter;
 using ServiceKit::Reference;
+using ServiceKit::Text;
+using ServiceKit::TextList;
 
 /// The bytes of an IP address, none for any other kind.
 std::vector<unsigned char> bytesOf(const sockaddr* address)
@@ -67,6 +69,22 @@ bool setNumber(Data::ElementGeneric& element, const std::string& name, const std
     return number.has_value();
 }
 
+std::vector<ServiceKit::AttributeSpecification> attributes()
+{
+    return {
+        {"macAddress", "string", "", "Hardware address.", true},
+        {"mtu", "integer", "bytes", "The largest packet that it sends in one piece."},
+        {"state", "string", "",
+         "One of up, down, dormant, testing, lowerlayerdown, notpresent, unknown; the loopback interface "
+         "is always unknown."},
+        {"bytesReceived", "integer", "bytes", "Received since the interface exists."},
+        {"bytesSent", "integer", "bytes", "Sent since the interface exists."},
+        {"packetsReceived", "integer", "", "Packets received since the interface exists."},
+        {"packetsSent", "integer", "", "Packets sent since the interface exists."},
+        {"addresses", "array of string", "", "IP addresses, each with its prefix length."},
+    };
+}
+
 } // namespace
 
 AddressesByInterface readInterfaceAddresses()
@@ -86,28 +104,10 @@ AddressesByInterface readInterfaceAddresses()
 
 InterfaceResource::InterfaceResource(const Reference& service, const std::filesystem::path& root,
                                      std::function<AddressesByInterface()> readAddresses)
-    : MachineResource(service.child("interfaces"), "The network interfaces of this machine.")
+    : MachineResource(service.child("interfaces"), "The network interfaces of this machine.", attributes())
     , m_folder(root / "sys/class/net")
     , m_readAddresses(std::move(readAddresses))
 {
-}
-
-Poco::JSON::Object::Ptr InterfaceResource::specification() const
-{
-    return ServiceKit::makeSpecification(
-        reference().name, description(),
-        {
-            {"macAddress", "string", "", "Hardware address.", true},
-            {"mtu", "integer", "bytes", "The largest packet that it sends in one piece."},
-            {"state", "string", "",
-             "One of up, down, dormant, testing, lowerlayerdown, notpresent, unknown; the loopback interface "
-             "is always unknown."},
-            {"bytesReceived", "integer", "bytes", "Received since the interface exists."},
-            {"bytesSent", "integer", "bytes", "Sent since the interface exists."},
-            {"packetsReceived", "integer", "", "Packets received since the interface exists."},
-            {"packetsSent", "integer", "", "Packets sent since the interface exists."},
-            {"addresses", "array of string", "", "IP addresses, each with its prefix length."},
-        });
 }
 
 InterfaceResource::Findings InterfaceResource::find() const

@@ -25,8 +25,6 @@ public:
     InterfaceResource(const ServiceKit::Reference& service, const std::filesystem::path& root,
                       std::function<AddressesByInterface()> readAddresses = readInterfaceAddresses);
 
-    Poco::JSON::Object::Ptr specification() const override;
-
 private:
     Findings find() const override;
     bool describe(const std::string& name, const std::vector<std::string>& addresses,

@@ -27,8 +27,7 @@ Data::ElementBase::Ptr MachineResource::element(const Poco::UUID& id) const
 std::shared_ptr<Finding> MachineResource::makeFinding(const std::string& key, const std::string& name,
                                                       Finding::Describe describe) const
 {
-    return std::make_shared<Finding>(makeElement(ServiceKit::nameBasedId(reference().id, key), name),
-                                     std::move(describe));
+    return std::make_shared<Finding>(makeElement(idOf(key), name), std::move(describe));
 }
 
 } // namespace Zovi::Host

@@ -1,9 +1,8 @@
 #include "NoteResource.h"
 
 #include "ServiceKit/RequestError.h"
-#include "ServiceKit/Specification.h"
+#include "ServiceKit/Values.h"
 #include "Timestamp.h"
-#include "Values.h"
 
 #include <Poco/UUIDGenerator.h>
 
@@ -18,8 +17,11 @@ namespace
 using Command::HttpRequest;
 using Command::HttpResponse;
 using Command::HTTPStatus;
+using ServiceKit::Flag;
+using ServiceKit::Integer;
 using ServiceKit::MethodSet;
 using ServiceKit::RequestError;
+using ServiceKit::Text;
 
 void refuseUnknownConditions(const HttpRequest& request)
 {
@@ -33,6 +35,20 @@ HttpResponse answerWith(HTTPStatus status, const Data::ElementBase& element)
     return HttpResponse(status, Command::ResponseObject(element.toJSON(0)));
 }
 
+std::vector<ServiceKit::AttributeSpecification> attributes()
+{
+    const std::string nameLimit = std::to_string(NoteContent::MAX_NAME_LENGTH);
+    const std::string textLimit = std::to_string(NoteContent::MAX_TEXT_LENGTH);
+    return {
+        {"name", "string", "", "Title, a single line of " + nameLimit + " characters at most."},
+        {"text", "text", "", "What it says, in " + textLimit + " characters at most; empty if not told.",
+         true},
+        {"pinned", "boolean", "", "Whether it is to be kept in sight; false if not told.", true},
+        {"created", "time", "ms", "When it was made, since the Unix epoch.", false, true},
+        {"modified", "time", "ms", "When it was last written, since the Unix epoch.", false, true},
+    };
+}
+
 } // namespace
 
 std::int64_t currentTime()
@@ -42,27 +58,11 @@ std::int64_t currentTime()
 
 NoteResource::NoteResource(const ServiceKit::Reference& service, const std::shared_ptr<NoteStore>& store,
                            std::function<std::int64_t()> now, std::size_t maxNotes)
-    : Resource(service.child("notes"), "Notes on this machine, written by whoever uses it.")
+    : Resource(service.child("notes"), "Notes on this machine, written by whoever uses it.", attributes())
     , m_store(store)
     , m_now(std::move(now))
     , m_maxNotes(maxNotes)
 {
-}
-
-Poco::JSON::Object::Ptr NoteResource::specification() const
-{
-    const std::string nameLimit = std::to_string(NoteContent::MAX_NAME_LENGTH);
-    const std::string textLimit = std::to_string(NoteContent::MAX_TEXT_LENGTH);
-    return ServiceKit::makeSpecification(
-        reference().name, description(),
-        {
-            {"name", "string", "", "Title, a single line of " + nameLimit + " characters at most."},
-            {"text", "text", "", "What it says, in " + textLimit + " characters at most; empty if not told.",
-             true},
-            {"pinned", "boolean", "", "Whether it is to be kept in sight; false if not told.", true},
-            {"created", "time", "ms", "When it was made, since the Unix epoch.", false, true},
-            {"modified", "time", "ms", "When it was last written, since the Unix epoch.", false, true},
-        });
 }
 
 Data::ElementCollection NoteResource::elements() const

@@ -28,7 +28,6 @@ public:
     NoteResource(const ServiceKit::Reference& service, const std::shared_ptr<NoteStore>& store,
                  std::function<std::int64_t()> now = currentTime, std::size_t maxNotes = MAX_NOTES);
 
-    Poco::JSON::Object::Ptr specification() const override;
     Data::ElementCollection elements() const override;
     Data::ElementBase::Ptr element(const Poco::UUID& id) const override;
     ServiceKit::MethodSet collectionMethods() const override;

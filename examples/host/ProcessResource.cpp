@@ -1,8 +1,7 @@
 #include "ProcessResource.h"
 
-#include "ServiceKit/Specification.h"
 #include "ServiceKit/Text.h"
-#include "Values.h"
+#include "ServiceKit/Values.h"
 
 #include <pwd.h>
 #include <unistd.h>
@@ -19,7 +18,10 @@ namespace Zovi::Host
 namespace
 {
 
+using ServiceKit::Counter;
+using ServiceKit::Integer;
 using ServiceKit::Reference;
+using ServiceKit::Text;
 
 std::uint64_t toMilliseconds(std::uint64_t ticks)
 {
@@ -35,6 +37,23 @@ std::string readUserName(std::uint32_t userId)
     passwd* found = nullptr;
     getpwuid_r(userId, &entry, buffer.data(), buffer.size(), &found);
     return found ? ServiceKit::toValidUtf8(found->pw_name) : std::to_string(userId);
+}
+
+std::vector<ServiceKit::AttributeSpecification> attributes()
+{
+    return {
+        {"name", "string", "", "Name of the command, without its arguments."},
+        {"pid", "integer", "", "Number of the process."},
+        {"state", "string", "",
+         "One of running, sleeping, waiting (for a device), stopped, traced, zombie, dead, idle, parked, "
+         "unknown."},
+        {"user", "string", "", "The user whose rights it has; the number of a user without a name."},
+        {"residentMemory", "integer", "bytes", "The memory that it occupies."},
+        {"cpuTime", "integer", "ms", "The time that it has computed so far, its threads together."},
+        {"threads", "integer", "", "Number of its threads."},
+        {"startTime", "time", "ms", "When it was started, since the Unix epoch."},
+        {"parent", "reference", "", "The process that it belongs to.", true},
+    };
 }
 
 } // namespace
@@ -118,29 +137,10 @@ private:
 
 ProcessResource::ProcessResource(const Reference& service, const HostIdentity& identity,
                                  const std::filesystem::path& root)
-    : MachineResource(service.child("processes"), "The processes that run on this machine.")
+    : MachineResource(service.child("processes"), "The processes that run on this machine.", attributes())
     , m_identity(identity)
     , m_table(root)
 {
-}
-
-Poco::JSON::Object::Ptr ProcessResource::specification() const
-{
-    return ServiceKit::makeSpecification(
-        reference().name, description(),
-        {
-            {"name", "string", "", "Name of the command, without its arguments."},
-            {"pid", "integer", "", "Number of the process."},
-            {"state", "string", "",
-             "One of running, sleeping, waiting (for a device), stopped, traced, zombie, dead, idle, parked, "
-             "unknown."},
-            {"user", "string", "", "The user whose rights it has; the number of a user without a name."},
-            {"residentMemory", "integer", "bytes", "The memory that it occupies."},
-            {"cpuTime", "integer", "ms", "The time that it has computed so far, its threads together."},
-            {"threads", "integer", "", "Number of its threads."},
-            {"startTime", "time", "ms", "When it was started, since the Unix epoch."},
-            {"parent", "reference", "", "The process that it belongs to.", true},
-        });
 }
 
 ProcessResource::Findings ProcessResource::find() const

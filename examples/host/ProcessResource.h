@@ -17,8 +17,6 @@ public:
     ProcessResource(const ServiceKit::Reference& service, const HostIdentity& identity,
                     const std::filesystem::path& root);
 
-    Poco::JSON::Object::Ptr specification() const override;
-
 private:
     class Snapshot;
 

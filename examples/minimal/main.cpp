@@ -1,15 +1,13 @@
 // The smallest useful service: a shelf of books at http://127.0.0.1:8081/shelf/books.
 
-#include <Data/AttributeValue.h>
 #include <ServiceKit/EndSignals.h>
 #include <ServiceKit/HttpServer.h>
-#include <ServiceKit/Specification.h>
+#include <ServiceKit/Values.h>
 
 #include <iostream>
 
 using namespace Zovi;
 using namespace Zovi::ServiceKit;
-using Text = Data::AttributeValueStringable<std::string>;
 
 struct Book {
     std::string title, author;
@@ -21,41 +19,29 @@ const std::vector<Book> BOOKS = {
     {"Frankenstein", "Mary Shelley", 280},
 };
 
+// [service]
 class Books : public Resource
 {
 public:
     explicit Books(const Reference& shelf)
-        : Resource(shelf.child("books"), "The books on the shelf.")
+        : Resource(shelf.child("books"), "The books on the shelf.",
+                   {{"author", "string", "", "Who wrote it."}, {"pages", "integer", "", "How long it is."}})
     {
-    }
-
-    Poco::JSON::Object::Ptr specification() const override
-    {
-        return makeSpecification(
-            reference().name, description(),
-            {{"author", "string", "", "Who wrote it."}, {"pages", "integer", "", "How long it is."}});
     }
 
     Data::ElementCollection elements() const override
     {
         Data::ElementCollection books;
         for (const Book& book : BOOKS) {
-            auto element = makeElement(nameBasedId(reference().id, book.title), book.title);
+            auto element = makeElement(idOf(book.title), book.title);
             element->setValue<Text>("author", book.author);
-            element->setValue<Data::AttributeValueInteger>("pages", book.pages);
+            element->setValue<Integer>("pages", book.pages);
             books.push_back(element);
         }
         return books;
     }
-
-    Data::ElementBase::Ptr element(const Poco::UUID& id) const override
-    {
-        for (const Data::ElementBase::Ptr& book : elements())
-            if (book->getId() == id)
-                return book;
-        return {};
-    }
 };
+// [/service]
 
 int main(int argc, char** argv)
 {

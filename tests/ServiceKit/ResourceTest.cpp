@@ -59,15 +59,54 @@ TEST(Resource, IsAnObjectOfTheModelItself)
                        R"(","name":"puppet","uri":"/shop/puppet"})"));
 }
 
+namespace
+{
+
+/// A resource that says no more than it has to.
+class Crate : public Resource
+{
+public:
+    using Resource::Resource;
+
+    Data::ElementCollection elements() const override
+    {
+        return {makeElement(idOf("apple"), "apple"), makeElement(idOf("pear"), "pear")};
+    }
+};
+
+const Reference CRATE = rootReference(ROOT_ID).child("shop").child("crate");
+
+} // namespace
+
+TEST(Resource, SpecifiesTheAttributesThatItWasGiven)
+{
+    const Crate crate(CRATE, "Fruit.", {{"weight", "integer", "g", "How heavy it is."}});
+    EXPECT_THAT(compact(crate.specification()),
+                IsJson(compact(
+                    makeSpecification("crate", "Fruit.", {{"weight", "integer", "g", "How heavy it is."}}))));
+    EXPECT_THAT(compact(Crate(CRATE, "Fruit.").specification()),
+                IsJson(compact(makeSpecification("crate", "Fruit.", {}))));
+}
+
+TEST(Resource, LooksForAnElementAmongAllOfThem)
+{
+    const Crate crate(CRATE, "Fruit.");
+    const Data::ElementBase::Ptr pear = crate.element(crate.idOf("pear"));
+    ASSERT_TRUE(pear);
+    EXPECT_EQ(pear->getName(), "pear");
+    EXPECT_FALSE(crate.element(crate.idOf("plum")));
+}
+
+TEST(Resource, MakesAnIdOfItselfAndTheKey)
+{
+    const Crate crate(CRATE, "Fruit.");
+    EXPECT_EQ(crate.idOf("pear"), nameBasedId(CRATE.id, "pear"));
+    EXPECT_NE(crate.idOf("pear"), crate.idOf("apple"));
+}
+
 TEST(Resource, MakesElementsWhoseNamesAreValidText)
 {
-    class Tin : public Puppet
-    {
-    public:
-        using Puppet::makeElement;
-        using Puppet::Puppet;
-    };
-    const Tin tin(
+    const Puppet tin(
         rootReference(ROOT_ID).child("shop"), [] { return Data::ElementCollection(); }, "tin");
     const auto element = tin.makeElement(APPLE_ID, "a\xFF");
     EXPECT_THAT(compact(element->toJSON(0)),

@@ -6,6 +6,7 @@
 #include "Data/XObjectGeneric.h"
 #include "ServiceKit/Reference.h"
 #include "ServiceKit/RequestError.h"
+#include "ServiceKit/Specification.h"
 
 #include <Poco/JSON/Object.h>
 #include <Poco/SharedPtr.h>
@@ -87,6 +88,11 @@ protected:
 class Resource
 {
 public:
+    /// `reference` is as a rule the `child` of the service's. `attributes` are those that an element has
+    /// beside the three of a reference; who overrides `specification` needs none.
+    Resource(const Reference& reference, const std::string& description,
+             const std::vector<AttributeSpecification>& attributes = {});
+
     virtual ~Resource();
     Resource(const Resource&) = delete;
     Resource& operator=(const Resource&) = delete;
@@ -100,8 +106,9 @@ public:
     /// The resource itself as an object of the model, with the attributes of a reference and "description".
     const Data::XObjectGeneric& object() const { return m_object; }
 
-    /// Names each attribute of an element with its type and unit; see `makeSpecification`.
-    virtual Poco::JSON::Object::Ptr specification() const = 0;
+    /// Names each attribute of an element with its type and unit. What `makeSpecification` makes of the
+    /// attributes that the constructor was given, if not overridden.
+    virtual Poco::JSON::Object::Ptr specification() const;
 
     /// All elements, none of them null; each has at least the three attributes of a reference.
     ///
@@ -109,8 +116,9 @@ public:
     /// to nobody does, makes a search or a sort that comes upon it fail, which is answered by status 500.
     virtual Data::ElementCollection elements() const = 0;
 
-    /// The element whose "id" is `id`, a null pointer if there is none.
-    virtual Data::ElementBase::Ptr element(const Poco::UUID& id) const = 0;
+    /// The element whose "id" is `id`, a null pointer if there is none. Looked for among all of them if not
+    /// overridden; who finds one faster does.
+    virtual Data::ElementBase::Ptr element(const Poco::UUID& id) const;
 
     /// What may be done to the collection and to an element. GET and HEAD if not overridden.
     virtual MethodSet collectionMethods() const;
@@ -135,14 +143,15 @@ public:
     /// The refusal of a request for an element that is not there: status 404.
     RequestError absence(const Command::UrlPath& path) const;
 
-protected:
-    /// `reference` is as a rule the `child` of the service's.
-    Resource(const Reference& reference, const std::string& description);
+    /// The id of an element that can be told apart from the others by `key`. It follows from `key` and the
+    /// resource, and so is the same after each start of the program.
+    Poco::UUID idOf(const std::string& key) const;
 
     /// A new element of this resource with "id", "name" and "uri", for the caller to add to. A name that is
     /// no UTF-8 is made valid.
     Poco::SharedPtr<Data::ElementGeneric> makeElement(const Poco::UUID& id, const std::string& name) const;
 
+protected:
     /// To be called after a change, when the next reader would see it. Holds no lock while it tells the
     /// listeners.
     void notifyChanged() const;
@@ -150,6 +159,7 @@ protected:
 private:
     Reference m_reference;
     std::string m_description;
+    std::vector<AttributeSpecification> m_attributes;
     Data::XObjectGeneric m_object;
     mutable std::mutex m_listenerMutex;
     std::vector<std::weak_ptr<ChangeListener>> m_listeners;
