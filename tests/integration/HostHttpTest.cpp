@@ -11,6 +11,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/prctl.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -173,9 +174,11 @@ TEST_F(HostHttp, LeadsFromTheRootToEveryElement)
 
 TEST_F(HostHttp, ShowsTheProcessThatAsks)
 {
+    const std::string name = "\"who\" (is) it?";
+    ASSERT_EQ(prctl(PR_SET_NAME, name.c_str()), 0);
     const Object::Ptr self = firstAt(OWN_PROCESS);
     ASSERT_FALSE(self.isNull());
-    EXPECT_EQ(textOf(self, "name"), "HostHttpTest");
+    EXPECT_EQ(textOf(self, "name"), name);
     EXPECT_GT(self->getValue<Poco::Int64>("residentMemory"), 1'000'000);
     EXPECT_GE(self->getValue<int>("threads"), 1);
     const Poco::Int64 age =
@@ -183,9 +186,10 @@ TEST_F(HostHttp, ShowsTheProcessThatAsks)
     EXPECT_GT(age, -10'000);
     EXPECT_LT(age, 600'000);
     // The service is a child of this test.
-    const Object::Ptr service = firstAt("/host/processes?name=kyr-host&$sortby=-startTime");
+    const Object::Ptr service = firstAt("/host/processes?pid=" + std::to_string(program->id()));
     ASSERT_FALSE(service.isNull());
-    EXPECT_FALSE(service->getObject("parent").isNull());
+    ASSERT_FALSE(service->getObject("parent").isNull());
+    EXPECT_EQ(textOf(service->getObject("parent"), "id"), textOf(self, "id"));
 }
 
 TEST_F(HostHttp, ShowsTheLargestProcessesFirst)

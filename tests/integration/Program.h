@@ -38,6 +38,8 @@ public:
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
+    int id() const { return m_process.id(); }
+
     /// The next line that it prints; waits for it.
     std::string readLine()
     {
