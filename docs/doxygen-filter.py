@@ -14,6 +14,7 @@ ENDS_PARAGRAPH = re.compile(r"^\s*((public|protected|private):)?$")
 NOT_SHARED = re.compile(r"^\s*(#(?!define)|(namespace|class|struct|enum|extern)\b)")
 NOT_IN_ONE_LINE = re.compile(r"^(    |\||- )")
 BY_COMPILER = re.compile(r"= (default|delete);$")
+BY_COMPILER_COMMENT = {"default": "As the compiler makes it.", "delete": "Not offered."}
 
 
 def is_comment(line):
@@ -51,11 +52,15 @@ def share_comment(paragraph):
     return result
 
 
+def comment_by_compiler(match):
+    return f"{match.group(0)} ///< {BY_COMPILER_COMMENT[match.group(1)]}"
+
+
 def header(lines):
     result = []
     for ends, group in itertools.groupby(lines, key=lambda line: bool(ENDS_PARAGRAPH.match(line))):
         paragraph = [
-            line if is_comment(line) else BY_COMPILER.sub(r"= \1; ///< By the compiler, or not at all.", line)
+            line if is_comment(line) else BY_COMPILER.sub(comment_by_compiler, line)
             for line in group
         ]
         is_shared = not ends and paragraph[0].lstrip().startswith("///")
