@@ -73,8 +73,8 @@ protected:
 ///     {
 ///         Data::ElementCollection books;
 ///         for (const Book& book : BOOKS) {
-///             auto element = makeElement(nameBasedId(reference().id, book.title), book.title);
-///             element->setValue<Data::AttributeValueInteger>("pages", book.pages);
+///             auto element = makeElement(idOf(book.title), book.title);
+///             element->setValue<Integer>("pages", book.pages);
 ///             books.push_back(element);
 ///         }
 ///         return books;
