@@ -100,10 +100,12 @@ public:
         return frame;
     }
 
-    /// The next message.
+    /// The next message; pings before it are answered.
     Poco::JSON::Object::Ptr receiveJson()
     {
-        const ServerFrame frame = receive();
+        ServerFrame frame = receive();
+        for (; frame.opcode == 0x9; frame = receive())
+            send(ClientFrame{0xA, frame.payload}.bytes());
         if (frame.opcode != 0x1)
             throw std::runtime_error("no message, but opcode " + std::to_string(frame.opcode));
         return parseJson(frame.payload).extract<Poco::JSON::Object::Ptr>();
