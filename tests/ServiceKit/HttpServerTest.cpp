@@ -40,6 +40,21 @@ const std::string GET_PUPPET = "GET /shop/puppet HTTP/1.1\r\nHost: localhost\r\n
 /// An answer with it is more than the system keeps for a client that does not read.
 const std::string LONG_NAME(12 * 1024 * 1024, 'x');
 
+/// A resource that answers when the test lets it.
+struct Gate {
+    std::promise<void> isAsked;
+    std::promise<void> mayAnswer;
+
+    std::shared_ptr<const ServiceTree> tree()
+    {
+        return makeSampleTree([this, answer = mayAnswer.get_future().share()] {
+            isAsked.set_value();
+            answer.wait();
+            return Data::ElementCollection();
+        });
+    }
+};
+
 std::unique_ptr<HttpServer> startServer(const ServerOptions& options = {})
 {
     auto server = std::make_unique<HttpServer>(makeSampleTree(), options);
@@ -327,21 +342,15 @@ TEST(HttpServer, KeepsThePlaceOfWhoWaitsForIt)
 {
     ServerOptions options;
     options.maxConnections = 1;
-    std::promise<void> isAsked;
-    std::promise<void> mayAnswer;
-    HttpServer server(makeSampleTree([&isAsked, answer = mayAnswer.get_future().share()] {
-                          isAsked.set_value();
-                          answer.wait();
-                          return Data::ElementCollection();
-                      }),
-                      options);
+    Gate gate;
+    HttpServer server(gate.tree(), options);
     server.start();
     RawClient first(server.address());
     first.send(GET_PUPPET);
-    isAsked.get_future().wait();
+    gate.isAsked.get_future().wait();
     RawClient second(server.address());
     second.send(GET_ID);
-    mayAnswer.set_value();
+    gate.mayAnswer.set_value();
     EXPECT_EQ(first.receive().status, 200);
     EXPECT_EQ(second.receive().status, 200);
 }
@@ -404,20 +413,14 @@ TEST(HttpServer, TakesItsAddressBeforeItServes)
 
 TEST(HttpServer, AnswersWhatIsUnderWayWhenItStops)
 {
-    std::promise<void> isAsked;
-    std::promise<void> mayAnswer;
-    HttpServer server(makeSampleTree([&isAsked, answer = mayAnswer.get_future().share()] {
-                          isAsked.set_value();
-                          answer.wait();
-                          return Data::ElementCollection();
-                      }),
-                      {});
+    Gate gate;
+    HttpServer server(gate.tree(), {});
     server.start();
     RawClient client(server.address());
     client.send("GET /shop/puppet HTTP/1.1\r\nHost: localhost\r\n\r\n");
-    isAsked.get_future().wait();
+    gate.isAsked.get_future().wait();
     auto isStopped = std::async(std::launch::async, [&server] { server.stop(); });
-    mayAnswer.set_value();
+    gate.mayAnswer.set_value();
     EXPECT_EQ(client.receive().status, 200);
     isStopped.wait();
     EXPECT_EQ(client.receiveRest(), "");

@@ -1,4 +1,4 @@
-#include "HostProgram.h"
+#include "HostTest.h"
 #include "JsonMatchers.h"
 #include "RawClient.h"
 
@@ -44,23 +44,9 @@ constexpr std::chrono::seconds SOON{2};
 const std::string OWN_PROCESS = "/host/processes?pid=" + std::to_string(getpid());
 
 /// One program for all tests that only ask.
-class HostHttp : public ::testing::Test
+class HostHttp : public Zovi::Test::HostTest
 {
 protected:
-    static void SetUpTestSuite()
-    {
-        program = std::make_unique<HostProgram>();
-        address = std::make_unique<Poco::Net::SocketAddress>(program->waitForAddress());
-    }
-
-    static void TearDownTestSuite()
-    {
-        program->sendSignal(SIGTERM);
-        EXPECT_EQ(program->wait(), 0);
-        program.reset();
-        address.reset();
-    }
-
     struct Answer {
         HTTPResponse head;
         std::string body;
@@ -100,13 +86,7 @@ protected:
         const Array::Ptr elements = arrayAt(url);
         return elements->size() == 0 ? Object::Ptr() : elements->getObject(0);
     }
-
-    static std::unique_ptr<HostProgram> program;
-    static std::unique_ptr<Poco::Net::SocketAddress> address;
 };
-
-std::unique_ptr<HostProgram> HostHttp::program;
-std::unique_ptr<Poco::Net::SocketAddress> HostHttp::address;
 
 std::string textOf(const Object::Ptr& object, const std::string& key)
 {

@@ -1,4 +1,4 @@
-#include "HostProgram.h"
+#include "HostTest.h"
 #include "JsonMatchers.h"
 #include "LiveClient.h"
 #include "RawClient.h"
@@ -47,24 +47,9 @@ std::string subscription(const std::string& event)
 }
 
 /// One program for all clients that mean no good. Whatever one of them does, others are answered.
-class HostLive : public ::testing::Test
+class HostLive : public Zovi::Test::HostTest
 {
 protected:
-    static void SetUpTestSuite()
-    {
-        program = std::make_unique<HostProgram>();
-        address = std::make_unique<Poco::Net::SocketAddress>(program->waitForAddress());
-    }
-
-    static void TearDownTestSuite()
-    {
-        program->sendSignal(SIGTERM);
-        EXPECT_EQ(program->wait(), 0);
-        EXPECT_EQ(program->restOfErrors(), "");
-        program.reset();
-        address.reset();
-    }
-
     static RawAnswer ask(const std::string& method, const std::string& url, const std::string& body = "")
     {
         RawClient client(*address);
@@ -83,13 +68,7 @@ protected:
     }
 
     static std::string typeOf(const Object::Ptr& message) { return message->getValue<std::string>("type"); }
-
-    static std::unique_ptr<HostProgram> program;
-    static std::unique_ptr<Poco::Net::SocketAddress> address;
 };
-
-std::unique_ptr<HostProgram> HostLive::program;
-std::unique_ptr<Poco::Net::SocketAddress> HostLive::address;
 
 } // namespace
 
