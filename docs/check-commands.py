@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Runs the commands on a page against a service and compares the answers that the page shows.
 
-Usage: check-commands.py --serve NAME=COMMAND... [--page-address HOST:PORT] [--shape] [--update] PAGE
+Usage: check-commands.py --serve NAME=COMMAND... [--page-address HOST:PORT] [--shape] [--run-all] [--done LINE]...
+                         [--update] PAGE
 
 COMMAND starts a service and makes it print where it listens; the page asks the first one until a comment names another,
 <!-- served by: NAME -->. A block of the kind "sh" with a curl in it is run as it
@@ -9,28 +10,73 @@ stands, with the address on the page replaced by the real one; the next block, i
 writes. A block of the kind "ws" is a talk on a WebSocket: what is sent behind "> ", what then comes behind "< ". Times and
 ETags may differ. With --shape every value may, as on another machine, and then the two must have the
 same keys and types.
+
+With --run-all every other block of the kind "sh" is run, too, and must succeed, except for a LINE that the caller sees
+to. If the next block is "console", it is what is typed into the command ("> ") and what it writes ("< ").
 """
 
 import argparse
 import contextlib
 import difflib
 import json
+import os
 import pathlib
 import re
 import subprocess
 import sys
+import tempfile
+import threading
 
 from running import Service, Talk
 
 BLOCK = re.compile(r"^```(\w+)\n(.*?)^```$|^<!-- served by: (\w+) -->$", re.DOTALL | re.MULTILINE)
+# What a program writes to move the cursor of a terminal.
+CONTROL = re.compile(r"\x1b(?:\[[0-9;]*[A-Za-z]|[78])")
+PATIENCE = 60
 MASKS = ((r'"timestamp":\d+', '"timestamp":0'), (r"(?m)^Date: .*$", "Date: ..."))
+
+
+def shell(command):
+    return ["bash", "-c", command]
 
 
 def run(command, page_address, address):
     command = command.replace(page_address, address)
-    done = subprocess.run(["bash", "-c", command], stdout=subprocess.PIPE, check=False, timeout=60)
+    done = subprocess.run(shell(command), stdout=subprocess.PIPE, check=False, timeout=PATIENCE)
     text = done.stdout.decode().replace("\r", "").replace(address, page_address)
     return text if text.endswith("\n") else text + "\n"
+
+
+def run_at_home(command):
+    """Runs a command whose home is a folder of its own; None if it succeeds, what it wrote if not."""
+    with tempfile.TemporaryDirectory() as home:
+        environment = {**os.environ, "HOME": home}
+        done = subprocess.run(shell("set -e\n" + command), check=False, env=environment, stdout=subprocess.PIPE, text=True)
+    return None if done.returncode == 0 else done.stdout
+
+
+def next_reply(lines):
+    for line in lines:
+        line = CONTROL.sub("", line).strip()
+        if line.startswith("< "):
+            return line
+    return '< "nothing"'
+
+
+def hold_dialog(command, typed_and_written):
+    """Types what a page types, and gives the same lines with what was really written."""
+    process = subprocess.Popen(shell("exec " + command), stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1)
+    watch = threading.Timer(PATIENCE, process.kill)
+    watch.start()
+    result = []
+    for line in typed_and_written.splitlines():
+        if line.startswith("> "):
+            process.stdin.write(line[2:] + "\n")
+        result.append(next_reply(process.stdout) if line.startswith("< ") else line)
+    watch.cancel()
+    process.kill()
+    process.wait()
+    return "".join(line + "\n" for line in result)
 
 
 def masked(text):
@@ -51,6 +97,9 @@ def shape(value):
 def comparable(kind, text, is_shape):
     if is_shape and kind == "json":
         return json.dumps(shape(json.loads(text)), indent=1, sort_keys=True) + "\n"
+    if is_shape and kind == "console":
+        replies = (comparable("json", line[2:], True) if line.startswith("< ") else line for line in text.splitlines())
+        return "\n".join(replies) + "\n"
     return masked(text)
 
 
@@ -63,6 +112,7 @@ class Checker:
         self.service = Service(next(iter(self.commands.values())))
         self.talk = None
         self.given = None
+        self.dialog = None
         self.asked = 0
         self.wrong = 0
 
@@ -80,15 +130,35 @@ class Checker:
             self.service = Service(self.commands[name])
             return match.group(0)
         if kind == "sh":
-            self.given = self.ask(body) if "curl " in body else None
+            self.given = None
+            self.command(body, match.string[match.end() :].lstrip().startswith("```console"))
             return match.group(0)
         if kind == "ws":
             self.given = self.converse(body)
+        if kind == "console" and self.dialog:
+            self.given, self.dialog = hold_dialog(self.dialog, body), None
         if self.given is None:
             return match.group(0)
         body = self.compare(kind, body)
         self.given = None
         return f"```{kind}\n{body}```"
+
+    def command(self, body, is_dialog):
+        """Runs the block of a command, unless what is to be typed into it is still to come."""
+        if "curl " in body:
+            self.given = self.ask(body)
+        elif self.arguments.run_all and is_dialog:
+            self.asked += 1
+            self.dialog = body.replace(self.arguments.page_address, self.service.address)
+        elif self.arguments.run_all:
+            self.run_lines([line for line in body.splitlines() if line not in self.arguments.done])
+
+    def run_lines(self, lines):
+        self.asked += len(lines)
+        written = run_at_home("\n".join(lines)) if lines else None
+        if written is not None:
+            print(written, "failed:", *lines, sep="\n")
+            self.wrong += 1
 
     def ask(self, command):
         self.asked += 1
@@ -121,6 +191,8 @@ def main():
     parser.add_argument("--serve", action="append", required=True)
     parser.add_argument("--page-address", default="127.0.0.1:8080")
     parser.add_argument("--shape", action="store_true")
+    parser.add_argument("--run-all", action="store_true")
+    parser.add_argument("--done", action="append", default=[])
     parser.add_argument("--update", action="store_true")
     parser.add_argument("page", type=pathlib.Path)
     arguments = parser.parse_args()

@@ -242,17 +242,17 @@ function showHeading() {
     $("title").textContent = title;
     document.title = `${title} \u2013 Explorer`;
     const description = here.element ? "" : shown.specification?.description ?? shown.data?.description ?? "";
-    $("description").replaceChildren(...[description && make("span", {}, description), ...makeSideways(here)].filter(Boolean));
+    $("description").replaceChildren(...[description && make("span", {}, description), makeSideways(here)].filter(Boolean));
     showCrumbs(segments, title);
 }
 
 /** Links to what stands beside the collection or the service. */
 function makeSideways({ service, resource, element, isReserved }) {
     if (!service || element || isReserved)
-        return [];
+        return null;
     const base = pathOf(shown.view.address).replace(/\/$/, "");
     const words = resource ? ["spec", "id"] : ["spec", "accessrights", "id"];
-    return words.map((word) => makeLink(`${base}/${word}`, word, { class: "sideways" }));
+    return make("span", { class: "sideways" }, words.map((word) => makeLink(`${base}/${word}`, word)));
 }
 
 function showCrumbs(segments, title) {
