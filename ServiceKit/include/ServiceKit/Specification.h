@@ -11,8 +11,8 @@ namespace Zovi::ServiceKit
 /// What an attribute of an element is, for the reader of a specification.
 struct AttributeSpecification {
     std::string name; ///< the key in the JSON of the element
-    std::string type; ///< "string", "text" (of several lines), "integer", "boolean", "time" (an integer,
-                      ///< milliseconds since the Unix epoch), "array of string", "reference", ...
+    std::string type; ///< "string", "text" (of several lines), "integer", "number", "boolean", "time" (an
+                      ///< integer, milliseconds since the Unix epoch), "array of string", "reference", ...
     std::string unit; ///< "bytes", "ms", ...; empty if it has none
     std::string description; ///< one sentence
     bool isOptional = false; ///< whether an element may lack it
