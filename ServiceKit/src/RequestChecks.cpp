@@ -69,10 +69,13 @@ void checkTransferEncoding(const HTTPServerRequest& request)
 
 void checkContentLength(const HTTPServerRequest& request)
 {
-    for (const std::string& length : valuesOf(request, HTTPMessage::CONTENT_LENGTH)) {
-        if (!isNumber(length) || length != request.get(HTTPMessage::CONTENT_LENGTH))
+    const std::vector<std::string> lengths = valuesOf(request, HTTPMessage::CONTENT_LENGTH);
+    for (const std::string& length : lengths) {
+        if (!isNumber(length))
             refuse(HTTPStatus::HTTP_BAD_REQUEST, "malformed Content-Length: " + inQuotes(length));
     }
+    if (lengths.size() > 1)
+        refuse(HTTPStatus::HTTP_BAD_REQUEST, "there is more than one Content-Length");
 }
 
 bool writes(const std::string& method)

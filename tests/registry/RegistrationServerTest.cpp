@@ -109,6 +109,7 @@ TEST_F(RegistrationServerTest, HangsUpOnWhatIsNoDescription)
         EXPECT_TRUE(isHungUp(stranger));
     }
     EXPECT_TRUE(services->elements().empty());
+    server.reset(); // its threads log
 }
 
 TEST_F(RegistrationServerTest, EndsItsConnectionsWithItself)
