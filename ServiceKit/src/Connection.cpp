@@ -4,6 +4,7 @@
 #include "DeadlineSocket.h"
 #include "Logging/LogStream.h"
 #include "MessageBody.h"
+#include "MessageHead.h"
 #include "RequestChecks.h"
 #include "ServiceKit/RequestError.h"
 #include "ServiceKit/Text.h"
@@ -11,7 +12,7 @@
 #include <Poco/Buffer.h>
 #include <Poco/Exception.h>
 #include <Poco/Net/HTTPRequestHandler.h>
-#include <Poco/Net/HTTPServerRequestImpl.h>
+#include <Poco/Net/HTTPServerRequest.h>
 #include <Poco/Net/HTTPServerResponseImpl.h>
 #include <Poco/Net/NetException.h>
 #include <Poco/Timestamp.h>
@@ -49,8 +50,21 @@ private:
         }
 
     protected:
-        int_type underflow() override { return m_session.peek(); }
-        int_type uflow() override { return m_session.get(); }
+        // What the session gives for the byte 0xFF is the same as at the end.
+        int_type underflow() override
+        {
+            const auto byte = static_cast<char>(m_session.peek());
+            return m_session.buffered() > 0 ? traits_type::to_int_type(byte) : traits_type::eof();
+        }
+
+        int_type uflow() override
+        {
+            const int_type byte = underflow();
+            if (!traits_type::eq_int_type(byte, traits_type::eof()))
+                m_session.get();
+            return byte;
+        }
+
         std::streamsize xsgetn(char* buffer, std::streamsize length) override
         {
             return m_session.read(buffer, length);
@@ -63,25 +77,49 @@ private:
     Input m_input{*this};
 };
 
-/// A request whose body is read strictly, and whose client is told to go on only when its body is wanted.
-class Connection::Request : public Poco::Net::HTTPServerRequestImpl
+/// A response that sends a whole body also to a request that is no `HTTPServerRequestImpl`.
+class Connection::Response : public HTTPServerResponseImpl
+{
+public:
+    using HTTPServerResponseImpl::HTTPServerResponseImpl;
+
+    void sendBuffer(const void* buffer, std::size_t length) override
+    {
+        setChunkedTransferEncoding(false);
+        setContentLength64(static_cast<Poco::Int64>(length));
+        send().write(static_cast<const char*>(buffer), static_cast<std::streamsize>(length));
+    }
+};
+
+/// A request whose head and body are read strictly, and whose client is told to go on only when its body is
+/// wanted.
+class Connection::Request : public Poco::Net::HTTPServerRequest
 {
 public:
     /// Reads the head from `session`.
-    Request(HTTPServerResponseImpl& response, Session& session, Poco::Net::HTTPServerParams* params)
-        : HTTPServerRequestImpl(response, session, params)
+    Request(Response& response, Session& session, Poco::Net::HTTPServerParams& params)
+        : m_response(response)
+        , m_params(params)
         , m_chunks(session.input())
-        , m_bytes(session.input(), declaredLength())
+        , m_bytes(session.input(), parse(readHead(session.input())))
         , m_stream(&m_bytes)
+        , m_clientAddress(session.clientAddress())
+        , m_serverAddress(session.serverAddress())
     {
         if (getChunkedTransferEncoding())
             m_stream.rdbuf(&m_chunks);
     }
 
+    const Poco::Net::SocketAddress& clientAddress() const override { return m_clientAddress; }
+    const Poco::Net::SocketAddress& serverAddress() const override { return m_serverAddress; }
+    const Poco::Net::HTTPServerParams& serverParams() const override { return m_params; }
+    Poco::Net::HTTPServerResponse& response() const override { return m_response; }
+    bool secure() const override { return false; }
+
     std::istream& stream() override
     {
         if (getExpectContinue() && !m_isContinued)
-            response().sendContinue();
+            m_response.sendContinue();
         m_isContinued = true;
         return m_stream;
     }
@@ -95,16 +133,23 @@ public:
     }
 
 private:
-    /// Without a length there is no body: one that lasts until the connection ends is not accepted.
-    std::uint64_t declaredLength() const
+    /// Takes the head over and gives the length of the body that it declares. Without a length there is no
+    /// body: one that lasts until the connection ends is not accepted.
+    std::uint64_t parse(const std::string& head)
     {
+        std::istringstream text(head);
+        read(text);
         const Poco::Int64 length = getContentLength64();
         return length > 0 ? static_cast<std::uint64_t>(length) : 0;
     }
 
+    Response& m_response;
+    Poco::Net::HTTPServerParams& m_params;
     ChunkedBody m_chunks;
     FixedLengthBody m_bytes;
     std::istream m_stream;
+    Poco::Net::SocketAddress m_clientAddress;
+    Poco::Net::SocketAddress m_serverAddress;
     bool m_isContinued = false;
 };
 
@@ -180,10 +225,10 @@ void Connection::serve()
 
 Connection::Next Connection::serveExchange(Session& session)
 {
-    HTTPServerResponseImpl response(session);
+    Response response(session);
     std::unique_ptr<Request> request;
     try {
-        request = std::make_unique<Request>(response, session, m_context.params.get());
+        request = std::make_unique<Request>(response, session, *m_context.params);
     } catch (const Poco::Exception& failure) {
         session.setKeepAlive(false);
         const std::optional<RequestError> error = explain(failure, session.networkException());

@@ -38,6 +38,7 @@ public:
 
 private:
     class Session;
+    class Response;
     class Request;
 
     /// What is left to do behind an exchange.
