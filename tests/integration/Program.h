@@ -48,17 +48,9 @@ public:
         return line;
     }
 
-    /// What it takes of the machine's memory now, in KiB.
-    long residentMemory() const
-    {
-        std::ifstream status("/proc/" + std::to_string(m_process.id()) + "/status");
-        for (std::string word; status >> word;) {
-            long memory = 0;
-            if (word == "VmRSS:" && status >> memory)
-                return memory;
-        }
-        throw std::runtime_error("the program does not run");
-    }
+    /// What it takes of the machine's memory now, and the most that it ever took, in KiB.
+    long residentMemory() const { return readStatus("VmRSS:"); }
+    long peakMemory() const { return readStatus("VmHWM:"); }
 
     void sendSignal(int signal) const { ::kill(static_cast<pid_t>(m_process.id()), signal); }
 
@@ -74,6 +66,17 @@ public:
     std::string restOfErrors() { return rest(m_errorStream); }
 
 private:
+    long readStatus(const std::string& key) const
+    {
+        std::ifstream status("/proc/" + std::to_string(m_process.id()) + "/status");
+        for (std::string word; status >> word;) {
+            long value = 0;
+            if (word == key && status >> value)
+                return value;
+        }
+        throw std::runtime_error("the program does not run");
+    }
+
     static std::string rest(std::istream& stream)
     {
         return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
