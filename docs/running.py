@@ -25,7 +25,9 @@ class Service:
 
     def close(self):
         self.process.send_signal(signal.SIGTERM)
-        self.process.wait(20)
+        code = self.process.wait(60)
+        if code != 0:
+            sys.exit(f"the service ended with {code}")
 
 
 class Talk:
