@@ -68,6 +68,9 @@ std::unique_ptr<HttpRequest> readRequest(HTTPServerRequest& request, Net::HTTPEn
         throw RequestError(HTTPStatus::HTTP_BAD_REQUEST, "damaged body: " + failure.message());
     } catch (const Poco::Net::MessageException& failure) {
         throw RequestError(HTTPStatus::HTTP_BAD_REQUEST, "damaged body: " + failure.message());
+    } catch (const Poco::Net::NetException&) {
+        // Nobody hears this, and it is no failure of the service's to be logged.
+        throw RequestError(HTTPStatus::HTTP_BAD_REQUEST, "damaged body: the client has left");
     }
 }
 
