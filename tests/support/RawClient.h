@@ -57,6 +57,13 @@ public:
     /// No more is sent.
     void endSending() { m_socket.shutdownSend(); }
 
+    /// Ends the connection by a reset.
+    void reset()
+    {
+        m_socket.setLinger(true, 0);
+        m_socket.close();
+    }
+
     /// The next answer. That to a HEAD has no body, whatever its length says.
     RawAnswer receive(bool toHead = false)
     {
@@ -72,6 +79,9 @@ public:
             answer.body = take(length);
         return answer;
     }
+
+    /// So many bytes, fewer if the server closes before.
+    std::string receiveBytes(std::size_t length) { return take(length); }
 
     /// Waits until the server closes, and gives what else it has sent.
     std::string receiveRest()
