@@ -18,6 +18,11 @@ if(KYRZOVI_SANITIZE)
   target_link_options(KYRCompilerOptions INTERFACE "-fsanitize=${KYRZOVI_SANITIZE}")
 endif()
 
+if(KYRZOVI_COVERAGE)
+  target_compile_options(KYRCompilerOptions INTERFACE -fprofile-instr-generate -fcoverage-mapping)
+  target_link_options(KYRCompilerOptions INTERFACE -fprofile-instr-generate)
+endif()
+
 # Only the project that is built by itself chooses a compiler cache; inside another project that is
 # the other project's decision.
 if(PROJECT_IS_TOP_LEVEL AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)

@@ -92,8 +92,6 @@ MicroServiceInfo& MicroServiceInfo::operator=(MicroServiceInfo&& other)
 
 MicroServiceInfo* MicroServiceInfo::FromJson(const Poco::JSON::Object::Ptr& json)
 {
-    if (!json)
-        return nullptr;
     std::unique_ptr<MicroServiceInfo> info(new MicroServiceInfo(Data::INVALID_XOBJ_ID));
     try {
         if (!info->fromJSON(json))

@@ -572,6 +572,8 @@ TEST(HTTPEncoderDecoder, NegotiatesTheCodingOfTheAnswer)
         {"gzip;q=0, deflate", "deflate"},
         {"gzip;q=0, deflate;q=0", "none"},
         {"gzip;q=0, gzip", "none"},
+        {"gzip;q=0.5x", "none"},
+        {"gzip;q=0.x, deflate;q=0.1", "deflate"},
         // any
         {"*", "gzip"},
         {"*;q=0.1", "gzip"},

@@ -102,6 +102,8 @@ TEST(AttributeContainer, StartsEmptyForItsOwner)
     EXPECT_EQ(container.size(), 0U);
     EXPECT_THAT(container.getAttributes(), IsEmpty());
     EXPECT_EQ(container.begin(), container.end());
+    AttributeContainer open(9);
+    EXPECT_EQ(open.begin(), open.end());
 }
 
 TEST(AttributeContainer, TakesOverAMapWithItsKeys)

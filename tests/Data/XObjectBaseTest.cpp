@@ -50,6 +50,7 @@ public:
     Poco::JSON::Object::Ptr toJSON(int) const override { return nullptr; }
     Poco::JSON::Object::Ptr toJSON(const std::vector<std::string>&) const override { return nullptr; }
 
+    using XObjectBase::initialize;
     using XObjectBase::resetId;
     using XObjectBase::selectNextId;
 
@@ -98,6 +99,14 @@ TEST(XObjectBase, NamesTheIdentityAttributes)
         EXPECT_TRUE(XObjectBase::isXObjectAttribute(name)) << name;
     for (const char* name : {"ID", "Name", "URI", "description", "", "id ", "ids"})
         EXPECT_FALSE(XObjectBase::isXObjectAttribute(name)) << name;
+}
+
+TEST_F(XObjectBaseNumber, StaysAsItIsWhenThereIsNothingToInitialize)
+{
+    Numbered object(7);
+    object.initialize();
+    EXPECT_EQ(object.id(), 7);
+    EXPECT_THAT(Numbered::known(), IsEmpty());
 }
 
 TEST_F(XObjectBaseNumber, IsNoneByDefaultAndThenTouchesNothing)

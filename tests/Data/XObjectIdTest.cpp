@@ -23,6 +23,8 @@ TEST(XObjectId, RunsThroughAllNumbersButTheInvalidOne)
     static_assert(Detail::nextXObjectId(-3) == -2);
     static_assert(Detail::nextXObjectId(-2) == 0);
     EXPECT_EQ(Detail::nextXObjectId(Limits::max() - 1), Limits::max());
+    EXPECT_EQ(Detail::nextXObjectId(Limits::max()), Limits::min());
+    EXPECT_EQ(Detail::nextXObjectId(-2), 0);
 }
 
 TEST(XObjectId, HasALimitOnWhatIsRecorded)

@@ -126,6 +126,8 @@ TEST(FilterParameter, ReadsFieldsAndTheirSlices)
         {"items($offset:-2,$limit:-5),b", "valid [items 2 '' -2 -5][b]"},
         {"a,items($offset:0,$limit:0),", "valid [a][items 0 '' 0 0]"},
         {"items($offset:" + UUID + ",$limit:5)", "valid [items 1 '" + UUID + "' 0 5]"},
+        {"items($offset:0A1B2C3D-4E5F-4A6B-8C7D-9E0F1A2B3C4D,$limit:5)",
+         "valid [items 1 '0A1B2C3D-4E5F-4A6B-8C7D-9E0F1A2B3C4D' 0 5]"},
         {"id($offset:0,$limit:1)", "valid [id 2 '' 0 1]"},
         {"a($offset:-,$limit:5)", "valid [a 2 '' 0 5]"},
         {"a($offset:1,$limit:500)", "valid [a 2 '' 1 100]"},

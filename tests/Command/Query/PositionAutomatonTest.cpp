@@ -104,6 +104,10 @@ TEST(PositionAutomaton, MatchesTheWholeText)
         {{"a.b"}, "a\nb", false},
         {{"a\\nb"}, "a\nb", true},
         {{"a\\sb"}, "a\nb", true},
+        {{"a\\rb"}, "a\rb", true},
+        {{"a\\rb"}, "arb", false},
+        {{"a\\tb"}, "a\tb", true},
+        {{"a\\tb"}, "atb", false},
         // classes
         {{"[a-c][^a-c]"}, "bx", true},
         {{"[a-c][^a-c]"}, "bb", false},
@@ -170,7 +174,8 @@ TEST(PositionAutomaton, DoesNotUnderstandWhatIsNoRepetitionOfCharacters)
           "(a)\\1", "\\bab",   "\\Aa", "\\x41",  "\\Qa\\E", "a++",         "a*+",     "a?+",
           "a{2}+",  "a{2}{2}", "a{",   "a{x}",   "{2}",     "a{,2}",       "a{2,1}",  "a{65}",
           "(a",     "a)",      "[a",   "[]a]",   "[^]a]",   "[[:alpha:]]", "[\\d-z]", "[a-\\d]",
-          "[z-a]",  "[\\b]",   "a\\",  "*",      "+"}) {
+          "[z-a]",  "[\\b]",   "a\\",  "*",      "+",       "a{2",         "a{2x}",   "a{99999999999}",
+          "(?:",    "a-[b"}) {
         SCOPED_TRACE(expression);
         EXPECT_FALSE(isUnderstood({expression}));
         EXPECT_FALSE(isUnderstood({"a", expression}));
