@@ -1,10 +1,10 @@
 #include "ServiceKit/HttpServer.h"
 
+#include "Gzip.h"
 #include "LogCapture.h"
 #include "RawClient.h"
 #include "SampleTree.h"
 
-#include <Poco/DeflatingStream.h>
 #include <Poco/Exception.h>
 #include <Poco/Format.h>
 #include <Poco/RegularExpression.h>
@@ -16,7 +16,6 @@
 #include <filesystem>
 #include <iterator>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -27,6 +26,7 @@ namespace
 {
 
 using Test::APPLE_ID;
+using Test::gzip;
 using Test::LogCapture;
 using Test::makeSampleTree;
 using Test::RawClient;
@@ -42,15 +42,6 @@ constexpr int MAX_PLACES = 256;
 const std::string HOST = "Host: localhost\r\n";
 const std::string CLOSE = HOST + "Connection: close\r\n";
 const std::string APPLE = "/shop/basket/" + APPLE_ID.toString();
-
-std::string gzip(const std::string& text)
-{
-    std::ostringstream coded;
-    Poco::DeflatingOutputStream coder(coded, Poco::DeflatingStreamBuf::STREAM_GZIP);
-    coder << text;
-    coder.close();
-    return coded.str();
-}
 
 std::string write(const std::string& method, const std::string& headers, const std::string& body)
 {

@@ -1,12 +1,12 @@
 #include "ServiceKit/ExchangeHandler.h"
 
+#include "Gzip.h"
 #include "JsonMatchers.h"
 #include "LogCapture.h"
 #include "RawClient.h"
 #include "SampleTree.h"
 #include "ServiceKit/HttpServer.h"
 
-#include <Poco/DeflatingStream.h>
 #include <Poco/InflatingStream.h>
 #include <Poco/StreamCopier.h>
 
@@ -23,6 +23,7 @@
 namespace Zovi::ServiceKit
 {
 
+using Test::gzip;
 using Test::IsJson;
 using Test::LogCapture;
 using Test::makePuppet;
@@ -89,15 +90,6 @@ Poco::Int64 timestampOf(const RawAnswer& answer)
 std::string errorDocument(int code, const std::string& message)
 {
     return "{\"code\":" + std::to_string(code) + ",\"message\":\"" + message + "\",\"status\":\"error\"}";
-}
-
-std::string gzip(const std::string& text)
-{
-    std::ostringstream coded;
-    Poco::DeflatingOutputStream coder(coded, Poco::DeflatingStreamBuf::STREAM_GZIP);
-    coder << text;
-    coder.close();
-    return coded.str();
 }
 
 std::string gunzip(const std::string& coded)
