@@ -3,6 +3,7 @@
 // run, since machines differ.
 
 #include "Command/RequestBase.h"
+#include "FixedIterations.h"
 
 #include <Poco/URI.h>
 
@@ -58,7 +59,7 @@ void Request(benchmark::State& state)
     }
 }
 
-BENCHMARK(BarePocoUri)->DenseRange(0, 3);
-BENCHMARK(Request)->DenseRange(0, 3);
+BENCHMARK(BarePocoUri)->DenseRange(0, 3)->Apply(Zovi::Benchmark::fixIterations);
+BENCHMARK(Request)->DenseRange(0, 3)->Apply(Zovi::Benchmark::fixIterations);
 
 } // namespace

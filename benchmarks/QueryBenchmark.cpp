@@ -1,3 +1,4 @@
+#include "FixedIterations.h"
 #include "QueryData.h"
 
 #include <AccessibleStringStream.h>
@@ -108,6 +109,7 @@ void registerWay(const std::string& name, const Query& query, Way way)
     benchmark::RegisterBenchmark((query.name + name).c_str(), answer, query, way)
         ->RangeMultiplier(10)
         ->Range(100, 100'000)
+        ->Apply(fixIterations)
         ->Unit(benchmark::kMicrosecond);
 }
 
@@ -116,6 +118,7 @@ void registerPrint(const std::string& name, Print way)
     benchmark::RegisterBenchmark(("Print" + name).c_str(), print, way)
         ->RangeMultiplier(10)
         ->Range(100, 100'000)
+        ->Apply(fixIterations)
         ->Unit(benchmark::kMicrosecond);
 }
 

@@ -13,7 +13,8 @@ namespace Zovi::Command
 /// Finds one member in object after object, in place; `Object::get` would copy the value.
 ///
 /// The objects of a collection mostly have the same members, so that the place of the last find is tried
-/// first, from the nearer end. `name` must outlive the finder.
+/// first, from the nearer end. Where it is not there, the object is asked whether it has the member at all.
+/// `name` must outlive the finder.
 class MemberFinder
 {
 public:
@@ -43,6 +44,8 @@ private:
 
     const Poco::Dynamic::Var* search(const Poco::JSON::Object& object)
     {
+        if (!object.has(*m_name))
+            return nullptr;
         std::size_t place = 0;
         for (const auto& [name, value] : object) {
             if (name == *m_name) {
