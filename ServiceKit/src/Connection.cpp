@@ -6,12 +6,12 @@
 #include "MessageBody.h"
 #include "MessageHead.h"
 #include "RequestChecks.h"
+#include "ServiceKit/ExchangeHandler.h"
 #include "ServiceKit/RequestError.h"
 #include "ServiceKit/Text.h"
 
 #include <Poco/Buffer.h>
 #include <Poco/Exception.h>
-#include <Poco/Net/HTTPRequestHandler.h>
 #include <Poco/Net/HTTPServerRequest.h>
 #include <Poco/Net/HTTPServerResponseImpl.h>
 #include <Poco/Net/NetException.h>
@@ -211,19 +211,20 @@ void Connection::serve()
     auto* deadline =
         new DeadlineSocket(socket().impl(), entry, options.requestTimeout, options.answerTimeout);
     Session session(Poco::Net::StreamSocket(deadline), m_context.params);
+    LivePlace place(m_context.webSockets);
     while (!m_context.connections.isStopping() && session.hasMoreRequests()) {
         deadline->beginExchange();
-        const Next next = serveExchange(session);
+        const Next next = serveExchange(session, place);
         // Streams keep to themselves that an answer went out in part, or not at all.
         if (session.networkException())
             return;
         if (next != Next::EXCHANGE)
-            return next == Next::WEBSOCKET ? handOver(session) : closeBehindUnreadInput(entry);
+            return next == Next::WEBSOCKET ? handOver(session, place) : closeBehindUnreadInput(entry);
         entry.beginExchange();
     }
 }
 
-Connection::Next Connection::serveExchange(Session& session)
+Connection::Next Connection::serveExchange(Session& session, LivePlace& place)
 {
     Response response(session);
     std::unique_ptr<Request> request;
@@ -240,9 +241,9 @@ Connection::Next Connection::serveExchange(Session& session)
     response.setDate(Poco::Timestamp());
     response.setKeepAlive(request->getKeepAlive() && session.canKeepAlive() &&
                           !m_context.connections.isStopping());
-    const std::unique_ptr<Poco::Net::HTTPRequestHandler> handler(
-        m_context.handlers->createRequestHandler(*request));
-    handler->handleRequest(*request, response);
+    ExchangeHandler handler(*m_context.tree, m_context.options.exchange,
+                            [&place] { return place.reserve(); });
+    handler.handleRequest(*request, response);
     session.setKeepAlive(response.getKeepAlive());
     if (response.getStatus() == HTTPStatus::HTTP_SWITCHING_PROTOCOLS)
         return Next::WEBSOCKET;
@@ -250,11 +251,11 @@ Connection::Next Connection::serveExchange(Session& session)
 }
 
 /// The socket is shared, so that it stays open when this connection ends.
-void Connection::handOver(Session& session)
+void Connection::handOver(Session& session, LivePlace& place)
 {
     Poco::Buffer<char> received(0);
     session.drainBuffer(received);
-    m_context.webSockets.take(socket(), {received.begin(), received.end()});
+    place.open(socket(), {received.begin(), received.end()});
 }
 
 /// To close a connection on which input is unread resets it, and the reset may overtake the answer. So the

@@ -10,6 +10,8 @@
 #include <Poco/Net/TCPServerConnection.h>
 #include <Poco/Net/TCPServerConnectionFactory.h>
 
+#include <memory>
+
 namespace Zovi::ServiceKit
 {
 
@@ -17,7 +19,7 @@ namespace Zovi::ServiceKit
 struct ServerContext {
     ServerOptions options;
     Poco::Net::HTTPServerParams::Ptr params;
-    Poco::Net::HTTPRequestHandlerFactory::Ptr handlers;
+    std::shared_ptr<const ServiceTree> tree;
     LiveServer& webSockets;
     OpenConnections connections;
 };
@@ -45,8 +47,8 @@ private:
     enum class Next { EXCHANGE, UNREAD_INPUT, WEBSOCKET };
 
     void serve();
-    Next serveExchange(Session& session);
-    void handOver(Session& session);
+    Next serveExchange(Session& session, LivePlace& place);
+    void handOver(Session& session, LivePlace& place);
     void closeBehindUnreadInput(OpenConnections::Entry& entry);
 
     ServerContext& m_context;

@@ -93,7 +93,7 @@ public:
     Running(const std::shared_ptr<const ServiceTree>& tree, const ServerOptions& options,
             const Poco::Net::ServerSocket& socket)
         : m_webSockets(tree, options.live, options.exchange)
-        , m_context{options, makeParams(options), makeHandlers(tree, options), m_webSockets,
+        , m_context{options, makeParams(options), tree, m_webSockets,
                     OpenConnections(static_cast<std::size_t>(options.maxConnections),
                                     static_cast<std::size_t>(options.maxQueuedConnections))}
         , m_threads(1, options.maxConnections)
@@ -119,12 +119,6 @@ public:
     Running& operator=(const Running&) = delete;
 
 private:
-    Poco::Net::HTTPRequestHandlerFactory::Ptr makeHandlers(const std::shared_ptr<const ServiceTree>& tree,
-                                                           const ServerOptions& options) const
-    {
-        return new ExchangeHandlerFactory(tree, options.exchange, [this] { return m_webSockets.hasRoom(); });
-    }
-
     LiveServer m_webSockets;
     ServerContext m_context;
     Poco::ThreadPool m_threads;

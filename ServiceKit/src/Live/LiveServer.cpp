@@ -73,14 +73,23 @@ LiveServer::~LiveServer()
     m_thread.join();
 }
 
-bool LiveServer::hasRoom() const
+bool LiveServer::reservePlace()
 {
-    return !m_isClosed && m_open < m_options.maxConnections;
+    std::size_t open = m_open;
+    while (!m_isClosed && open < m_options.maxConnections) {
+        if (m_open.compare_exchange_weak(open, open + 1))
+            return true;
+    }
+    return false;
+}
+
+void LiveServer::returnPlace()
+{
+    --m_open;
 }
 
 void LiveServer::take(const Poco::Net::StreamSocket& socket, const std::string& received)
 {
-    ++m_open;
     m_inbox->put(NewConnection{socket, received});
 }
 
@@ -270,7 +279,7 @@ void LiveServer::drop(ConnectionId id)
 {
     m_protocol.removeConnection(id);
     m_peers.erase(id);
-    --m_open;
+    returnPlace();
 }
 
 } // namespace Zovi::ServiceKit

@@ -40,11 +40,14 @@ public:
     LiveServer(const LiveServer&) = delete;
     LiveServer& operator=(const LiveServer&) = delete;
 
-    /// Whether one more WebSocket may be opened. Any thread may ask.
-    bool hasRoom() const;
+    /// Keeps a place for one more WebSocket; false if there is none. Any thread may call this.
+    bool reservePlace();
 
-    /// Takes over a connection behind its handshake, with what the client has already sent. Any thread may
-    /// call this.
+    /// Gives back a reserved place in which no WebSocket was opened.
+    void returnPlace();
+
+    /// Takes over a connection behind its handshake, with what the client has already sent, into a reserved
+    /// place. Any thread may call this.
     void take(const Poco::Net::StreamSocket& socket, const std::string& received);
 
     /// Sends all clients a close frame and lets them end their connections. Does not wait for it.
@@ -89,12 +92,50 @@ private:
     std::unique_ptr<Poll> m_poll;
     Peers m_peers;
     ConnectionId m_lastId = 0;
-    std::atomic<std::size_t> m_open{0}; ///< connections, with those in the inbox
+    std::atomic<std::size_t> m_open{0}; ///< places that are taken or reserved
     std::atomic<bool> m_isClosed{false};
     Time m_nextCheck;
     bool m_isStopping = false;
     EvaluationThreads m_evaluations;
     std::thread m_thread;
+};
+
+/// The place of one connection that may become a WebSocket: reserved before the client is told that it is
+/// one, so that several at once do not exceed the limit, and given back if it does not become one.
+class LivePlace
+{
+public:
+    explicit LivePlace(LiveServer& server)
+        : m_server(server)
+    {
+    }
+
+    ~LivePlace()
+    {
+        if (m_isReserved)
+            m_server.returnPlace();
+    }
+
+    LivePlace(const LivePlace&) = delete;
+    LivePlace& operator=(const LivePlace&) = delete;
+
+    /// False if there is none.
+    bool reserve()
+    {
+        m_isReserved = m_isReserved || m_server.reservePlace();
+        return m_isReserved;
+    }
+
+    /// Hands over the connection that the place was reserved for; see `LiveServer::take`.
+    void open(const Poco::Net::StreamSocket& socket, const std::string& received)
+    {
+        m_server.take(socket, received);
+        m_isReserved = false;
+    }
+
+private:
+    LiveServer& m_server;
+    bool m_isReserved = false;
 };
 
 } // namespace Zovi::ServiceKit
