@@ -1,6 +1,7 @@
 #include "LimitedExpression.h"
 
 #include "MatchingBudget.h"
+#include "PatternRefusal.h"
 
 #include <Poco/Exception.h>
 #include <Poco/RegularExpression.h>
@@ -18,21 +19,11 @@ namespace Zovi::Command
 namespace
 {
 
+using Test::refusalOf;
+
 bool match(const std::string& pattern, const std::string& text)
 {
     return LimitedExpression(pattern, pattern.size()).match(text);
-}
-
-/// The text of the exception that `action` ends in.
-template <typename Action>
-std::string refusalOf(const Action& action)
-{
-    try {
-        action();
-    } catch (const Poco::RegularExpressionException& exception) {
-        return exception.message();
-    }
-    return "not refused";
 }
 
 /// What matching takes from a budget, beyond what the text brings.
