@@ -2,6 +2,7 @@
 
 #include "Command/HttpResponse.h"
 #include "DeadlineSocket.h"
+#include "Lobby.h"
 #include "Logging/LogStream.h"
 #include "MessageBody.h"
 #include "MessageHead.h"
@@ -18,6 +19,7 @@
 #include <Poco/Timestamp.h>
 
 #include <array>
+#include <chrono>
 #include <exception>
 #include <istream>
 #include <memory>
@@ -183,6 +185,13 @@ void sendHeadError(Poco::Net::HTTPServerSession& session, const RequestError& er
     response.send() << body.str() << std::flush;
 }
 
+/// A request that has been waited for has used up some of its time.
+std::optional<std::chrono::steady_clock::time_point> firstRequestBegin(const Poco::Net::StreamSocket& socket)
+{
+    const auto* arrived = dynamic_cast<const ArrivedSocket*>(socket.impl());
+    return arrived != nullptr ? arrived->requestBegin : std::nullopt;
+}
+
 } // namespace
 
 Connection::Connection(const Poco::Net::StreamSocket& socket, ServerContext& context)
@@ -212,8 +221,10 @@ void Connection::serve()
         new DeadlineSocket(socket().impl(), entry, options.requestTimeout, options.answerTimeout);
     Session session(Poco::Net::StreamSocket(deadline), m_context.params);
     LivePlace place(m_context.webSockets);
+    std::optional<std::chrono::steady_clock::time_point> begin = firstRequestBegin(socket());
     while (!m_context.connections.isStopping() && session.hasMoreRequests()) {
-        deadline->beginExchange();
+        deadline->beginExchange(begin.value_or(std::chrono::steady_clock::now()));
+        begin.reset();
         const Next next = serveExchange(session, place);
         // Streams keep to themselves that an answer went out in part, or not at all.
         if (session.networkException())

@@ -18,7 +18,7 @@ DeadlineSocket::DeadlineSocket(Poco::Net::SocketImpl* connection, OpenConnection
     , m_requestTimeout(requestTimeout)
     , m_answerTimeout(answerTimeout)
 {
-    beginExchange();
+    beginExchange(Clock::now());
 }
 
 DeadlineSocket::~DeadlineSocket()
@@ -27,9 +27,9 @@ DeadlineSocket::~DeadlineSocket()
     reset();
 }
 
-void DeadlineSocket::beginExchange()
+void DeadlineSocket::beginExchange(Clock::time_point time)
 {
-    m_requestDeadline = Clock::now() + m_requestTimeout;
+    m_requestDeadline = time + m_requestTimeout;
     m_answerDeadline.reset();
 }
 

@@ -25,7 +25,8 @@ public:
     DeadlineSocket(Poco::Net::SocketImpl* connection, OpenConnections::Entry& entry, Duration requestTimeout,
                    Duration answerTimeout);
 
-    void beginExchange();
+    /// The first byte of a request came at `time`, or the client may send it from then on.
+    void beginExchange(std::chrono::steady_clock::time_point time);
 
     /// Lets go of the connection. It is closed by whoever holds it last, never twice, and never while
     /// somebody else may still use its descriptor.

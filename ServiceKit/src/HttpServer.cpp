@@ -1,6 +1,7 @@
 #include "ServiceKit/HttpServer.h"
 
 #include "Connection.h"
+#include "Lobby.h"
 
 #include <Poco/Exception.h>
 #include <Poco/Net/ServerSocket.h>
@@ -18,6 +19,9 @@ namespace
 
 /// Connections that the system holds until they are taken, which is at once as a rule.
 constexpr int BACKLOG = 1024;
+
+/// Connections whose first request has not come as a whole.
+constexpr std::size_t MAX_WAITING = 1024;
 
 Poco::Timespan toTimespan(std::chrono::milliseconds time)
 {
@@ -97,7 +101,9 @@ public:
                     OpenConnections(static_cast<std::size_t>(options.maxConnections),
                                     static_cast<std::size_t>(options.maxQueuedConnections))}
         , m_threads(1, options.maxConnections)
-        , m_server(new ConnectionFactory(m_context), m_threads, socket, m_context.params)
+        , m_server(new ConnectionFactory(m_context), m_threads,
+                   Lobby(socket, {MAX_WAITING, options.idleTimeout, options.requestTimeout}),
+                   m_context.params)
     {
         m_context.connections.setRefusals(
             [this] { return static_cast<std::size_t>(m_server.refusedConnections()); });

@@ -36,9 +36,13 @@ struct RawAnswer {
 class RawClient
 {
 public:
-    explicit RawClient(const Poco::Net::SocketAddress& address)
-        : m_socket(address)
+    /// A small `receiveBuffer` makes it a client that soon has no more room.
+    explicit RawClient(const Poco::Net::SocketAddress& address, int receiveBuffer = 0)
+        : m_socket(address.family())
     {
+        if (receiveBuffer > 0)
+            m_socket.setReceiveBufferSize(receiveBuffer);
+        m_socket.connect(address);
         // A server that does not answer must fail the test, not hang it.
         m_socket.setReceiveTimeout(Poco::Timespan(20, 0));
     }

@@ -46,6 +46,11 @@ void Poll::change(int descriptor, std::uint64_t id, std::uint32_t awaited)
     ::epoll_ctl(m_descriptor, EPOLL_CTL_MOD, descriptor, &event);
 }
 
+void Poll::remove(int descriptor)
+{
+    ::epoll_ctl(m_descriptor, EPOLL_CTL_DEL, descriptor, nullptr);
+}
+
 int Poll::wait(int milliseconds)
 {
     return std::max(::epoll_wait(m_descriptor, m_ready.data(), MAX_READY, milliseconds), 0);

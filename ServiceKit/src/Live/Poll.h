@@ -23,6 +23,7 @@ public:
     /// the system refuses. A descriptor leaves the poll when it is closed.
     bool add(int descriptor, std::uint64_t id, std::uint32_t awaited);
     void change(int descriptor, std::uint64_t id, std::uint32_t awaited);
+    void remove(int descriptor);
 
     struct Ready {
         std::uint64_t id;
