@@ -1,9 +1,10 @@
 #!/usr/bin/python3
-"""Holds many WebSockets to a running host service, of which one stands still, and tells how it bears them.
+"""Holds many WebSockets to a running host service, of which one stands still, and tells how it bears them. Before
+that, as many clients send their handshakes byte by byte, and come again when they are sent away.
 
 Usage: connections.py ADDRESS PROCESS-ID [MINUTES [CONNECTIONS]]
 
-Ends with 1 if a client that reads misses its messages or loses its connection, if the one that does not read is
+Ends with 1 if a request is not answered while handshakes drip, if a client that reads misses its messages or loses its connection, if the one that does not read is
 still served at the end, or if memory or descriptors of the service grow.
 """
 
@@ -22,6 +23,7 @@ LARGE_EVENT = "/host/processes?$limit=100"
 INTERVAL = 1.0
 SAMPLE_PERIOD = 10.0
 WARM_UP = 30.0
+DRIP_TIME = 20.0
 
 # What may be added after the warm-up, in KiB: the allocator takes its time to find its size.
 ALLOWED_GROWTH = 2048
@@ -49,6 +51,64 @@ class Service:
         with open(f"{self.folder}/stat", encoding="utf-8") as stat:
             fields = stat.read().rsplit(")", 1)[1].split()
         return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+
+class Dripper:
+    """A client that sends its handshake byte by byte."""
+
+    def __init__(self):
+        self.times_dropped = 0
+
+    async def run(self, address):
+        host, port = address.rsplit(":", 1)
+        head = f"GET / HTTP/1.1\r\nHost: {address}\r\nUpgrade: websocket\r\n".encode()
+        while True:
+            writer = None
+            try:
+                _, writer = await asyncio.open_connection(host, int(port))
+                for byte in head:
+                    writer.write(bytes([byte]))
+                    await writer.drain()
+                    await asyncio.sleep(1)
+            except OSError:
+                self.times_dropped += 1
+                await asyncio.sleep(0.1)
+            finally:
+                if writer:
+                    writer.close()
+
+
+async def get(address, path):
+    """The status of the answer, 0 if there is none."""
+    host, port = address.rsplit(":", 1)
+    try:
+        reader, writer = await asyncio.open_connection(host, int(port))
+        writer.write(f"GET {path} HTTP/1.1\r\nHost: {address}\r\nConnection: close\r\n\r\n".encode())
+        answer = await asyncio.wait_for(reader.read(), 10)
+        writer.close()
+        return int(answer.split()[1]) if answer else 0
+    except (OSError, asyncio.TimeoutError):
+        return 0
+
+
+async def bears_drippers(address, count):
+    drippers = [Dripper() for _ in range(count)]
+    tasks = [asyncio.create_task(dripper.run(address)) for dripper in drippers]
+    statuses = []
+    longest = 0.0
+    end = time.monotonic() + DRIP_TIME
+    while time.monotonic() < end:
+        begin = time.monotonic()
+        statuses.append(await get(address, "/host/id"))
+        longest = max(longest, time.monotonic() - begin)
+        await asyncio.sleep(0.2)
+    for task in tasks:
+        task.cancel()
+    await asyncio.gather(*tasks, return_exceptions=True)
+    failures = sum(status != 200 for status in statuses)
+    return check(f"requests while {count} handshakes drip", failures == 0,
+                 f"{len(statuses)}, {failures} not answered, {longest:.2f} s at most, "
+                 f"{sum(dripper.times_dropped for dripper in drippers)} times a client was sent away")
 
 
 class Reader:
@@ -123,6 +183,7 @@ async def main(address, process_id, minutes=10.0, count=1000):
     resource.setrlimit(resource.RLIMIT_NOFILE, (resource.getrlimit(resource.RLIMIT_NOFILE)[1],) * 2)
     service = Service(process_id)
     print(f"before: {service.memory()} KiB, {service.descriptors()} descriptors", flush=True)
+    is_dripping_borne = await bears_drippers(address, count)
     readers = await open_all(address, count)
     idler = await open_idler(address)
     begin = time.monotonic()
@@ -150,6 +211,7 @@ async def main(address, process_id, minutes=10.0, count=1000):
     print(f"{count} connections, {elapsed:.0f} s, {load * 100:.0f} % of one processor, "
           f"longest wait of a client {longest:.1f} s")
     is_good = all([
+        is_dripping_borne,
         check("connections of those who read", lost == 0, f"{lost} lost"),
         check("messages", fewest >= 0.5 * elapsed / INTERVAL, f"{fewest} at least for each client"),
         check("who does not read", is_idler_dropped, "dropped" if is_idler_dropped else "still there"),
