@@ -305,6 +305,10 @@ TEST(QueryFilterCollection, LeavesRoomForOrdinaryPatternsOnManyObjects)
     EXPECT_EQ(total(20'000, "eth", "eth\\d+\\b"), 20'000);
     EXPECT_EQ(total(20'000, "a disk of a machine ", "(?!net)[a-z ]+(?<= )[0-9]{4}"), 9'000);
     EXPECT_EQ(total(1'000, std::string(20'000, 'x') + " number ", "(?i)%x NUMBER [0-9]{2}"), 90);
+    for (const std::string pattern : {"%(?i)tapes%", "%\\btapes\\b%", "%tapes%|%rolls%"}) {
+        SCOPED_TRACE(pattern);
+        EXPECT_EQ(total(100'000, "a text of sixty characters about disks of a machine, number ", pattern), 0);
+    }
 }
 
 /// They go first, and the page that begins with one of them has no id to begin with.

@@ -82,8 +82,11 @@ TEST(QueryFault, FindsTheSearchThatTakesTooMuchEffort)
     const Poco::RegularExpressionException tooDeep("PCRE error -21", hostile);
     const std::string encoded = "(?:(a)%7Cb)*%5C1b:%20%2B";
     EXPECT_EQ(faultOf("$q=" + encoded, tooDeep), "parameter '$q' is '" + hostile + "'" + expected);
-    EXPECT_EQ(faultOf("$q=b&$fields=" + encoded + "&size=1&name=" + encoded, tooDeep),
-              "parameter 'name' is '" + hostile + "'" + expected);
+    EXPECT_EQ(faultOf("$fields=" + encoded + "&size=1&name=" + encoded + "&$q=" + encoded, tooDeep),
+              "parameter '$q' is '" + hostile + "'" + expected);
+    EXPECT_EQ(faultOf("$q=b&$fields=" + encoded + "%25&size=1&name=" + encoded + "%25",
+                      Poco::RegularExpressionException("PCRE error -21", hostile + '%')),
+              "parameter 'name' is '" + hostile + "%'" + expected);
     const std::string unknown = "a search pattern takes too much effort to match";
     EXPECT_EQ(faultOf("name=b&$limit=1", tooDeep), unknown);
     EXPECT_EQ(faultOf("name=b", Poco::RegularExpressionException("b")), unknown);

@@ -26,7 +26,7 @@ bool match(const std::string& pattern, const std::string& text)
     return LimitedExpression(pattern, pattern.size()).match(text);
 }
 
-/// What matching takes from a budget, beyond what the text brings.
+/// What matching takes from a budget, without what the text brings.
 std::int64_t costOf(const std::string& pattern, const std::string& text)
 {
     MatchingBudget budget;
@@ -39,12 +39,14 @@ std::int64_t costOf(const std::string& pattern, const std::string& text)
         while (budget.take(part))
             left += part;
     }
-    return static_cast<std::int64_t>(MatchingBudget::TOTAL + MatchingBudget::PER_TEXT) -
-           static_cast<std::int64_t>(left);
+    return static_cast<std::int64_t>(MatchingBudget::TOTAL) - static_cast<std::int64_t>(left);
 }
 
 /// Takes about twice as many steps as there are characters.
 const std::string LOOKING_BACK = "^(?=.*x).*y$";
+
+/// What a text of more than 128 characters brings.
+constexpr std::int64_t BROUGHT = 2'000;
 
 } // namespace
 
@@ -87,16 +89,11 @@ TEST(LimitedExpression, GrantsMoreStepsWhereTheFirstDoNotSuffice)
 /// A step may cost as much as the text and the pattern are long; 50 steps are tried first, then 200.
 TEST(LimitedExpression, CountsWhatItGrantsAtWorst)
 {
-    const std::string shortText = "yx";
-    const std::string longText = 'y' + std::string(60, 'x');
-    const auto costOfStep = [](const std::string& text) {
-        return static_cast<std::int64_t>(LOOKING_BACK.size() + text.size());
-    };
-    EXPECT_EQ(costOf(LOOKING_BACK, shortText), 50 * costOfStep(shortText));
-    EXPECT_EQ(costOf(LOOKING_BACK, longText), (50 + 200) * costOfStep(longText));
-    // What fails at every attempt takes them all.
-    EXPECT_EQ(costOf("^(a+)+b$", std::string(41, 'a') + "!b"),
-              (50 + 200 + 800 + 3200 + 12800 + 51200) * (43 + 8));
+    const std::string text = 'y' + std::string(300, 'x');
+    const auto costOfStep = static_cast<std::int64_t>(LOOKING_BACK.size() + text.size());
+    EXPECT_EQ(costOf(LOOKING_BACK, text), (50 + 200 + 800) * costOfStep - BROUGHT);
+    // What fails at every attempt takes them all, the first of which a short text brings.
+    EXPECT_EQ(costOf("^(a+)+b$", std::string(41, 'a') + "!b"), (800 + 3200 + 12800 + 51200) * (43 + 8));
 }
 
 TEST(LimitedExpression, AddsNothingForShortTextsThatNeedFewSteps)
@@ -108,13 +105,20 @@ TEST(LimitedExpression, AddsNothingForShortTextsThatNeedFewSteps)
         ASSERT_FALSE(expression.match("a text of thirty characters...")) << text;
 }
 
+TEST(LimitedExpression, AddsNothingForOrdinaryExpressionsOnShortTexts)
+{
+    for (std::size_t length = 1; length <= 128; ++length)
+        EXPECT_EQ(costOf(LOOKING_BACK, std::string(length, 'x')), 0) << length;
+    EXPECT_GT(costOf(LOOKING_BACK, std::string(129, 'x')), 0);
+}
+
 TEST(LimitedExpression, EndsWhereTheEvaluationHasNothingLeft)
 {
     const std::string text = 'y' + std::string(1'000, 'x');
     const LimitedExpression expression(LOOKING_BACK, LOOKING_BACK.size());
     const auto cost = static_cast<std::uint64_t>(costOf(LOOKING_BACK, text));
     MatchingBudget evaluation;
-    const std::uint64_t expected = (MatchingBudget::TOTAL - cost) / (cost - MatchingBudget::PER_TEXT) + 1;
+    const std::uint64_t expected = MatchingBudget::TOTAL / cost;
     for (std::uint64_t texts = 0; texts != expected; ++texts)
         ASSERT_FALSE(expression.match(text)) << texts;
     EXPECT_EQ(refusalOf([&] { expression.match(text); }), "the searches take too many steps");

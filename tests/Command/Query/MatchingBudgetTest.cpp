@@ -23,9 +23,9 @@ TEST(MatchingBudget, GrowsWithTheTexts)
 {
     MatchingBudget budget;
     ASSERT_TRUE(budget.take(MatchingBudget::TOTAL));
-    budget.addText();
-    budget.addText();
-    EXPECT_TRUE(budget.take(2 * MatchingBudget::PER_TEXT));
+    budget.add(20);
+    budget.add(3);
+    EXPECT_TRUE(budget.take(23));
     EXPECT_FALSE(budget.take(1));
 }
 
@@ -37,10 +37,10 @@ TEST(MatchingBudget, IsSharedByAllOfOneEvaluation)
         MatchingBudget second;
         EXPECT_TRUE(first.take(MatchingBudget::TOTAL - 1));
         EXPECT_FALSE(second.take(2));
-        second.addText();
+        second.add(20);
     }
     MatchingBudget third;
-    EXPECT_TRUE(third.take(1 + MatchingBudget::PER_TEXT));
+    EXPECT_TRUE(third.take(1 + 20));
     EXPECT_FALSE(evaluation.take(1));
 }
 

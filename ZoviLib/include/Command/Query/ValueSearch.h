@@ -38,8 +38,8 @@ class WildcardPattern;
 /// Any other pattern may ask for more steps or deeper nesting than is safe to give and ends in a
 /// `Poco::RegularExpressionException` then, whose text ends with a colon, a blank and `getQueryValue`. What
 /// is given is counted, for all texts and patterns of one evaluation by `QueryFilterJSON` together, for each
-/// text by itself outside of any; at worst it takes about a second on a common machine. Short texts that need
-/// few steps do not count. Less than 256 KiB of stack are in use.
+/// text by itself outside of any. Three steps a character of texts up to 128 do not count. At worst it takes
+/// seconds, and one more for each MB of such texts. Less than 256 KiB of stack are in use.
 ///
 /// A pattern that calls its own groups, as in `(a|b)(?1)`, more than 12 times, or more than twice if it has a
 /// "{", is taken for one that does not compile.

@@ -16,12 +16,28 @@ namespace
 constexpr std::size_t FIRST_STEPS = 50;
 constexpr std::size_t MORE_STEPS_FACTOR = 4;
 
+constexpr std::size_t LONGEST_SHORT_TEXT = 128;
+constexpr std::size_t STEPS_PER_CHARACTER = 3;
+
+/// What any longer text brings.
+constexpr std::uint64_t BROUGHT_BY_LONG_TEXT = 2'000;
+
 std::size_t stepsOf(std::size_t attempt)
 {
     std::size_t steps = FIRST_STEPS;
     for (; attempt != 0; --attempt)
         steps *= MORE_STEPS_FACTOR;
     return steps;
+}
+
+/// An attempt that does not suffice ends in an exception, which costs more than the steps that a short text
+/// takes.
+std::size_t firstAttempt(std::size_t length)
+{
+    std::size_t number = 0;
+    while (length <= LONGEST_SHORT_TEXT && stepsOf(number) < length * STEPS_PER_CHARACTER)
+        ++number;
+    return number;
 }
 
 /// A matcher that recurses takes about 512 bytes of stack a level, on x86-64 and on 64-bit Arm alike: 150 KiB
@@ -54,9 +70,10 @@ std::unique_ptr<Poco::RegularExpression> LimitedExpression::compile(const std::s
 bool LimitedExpression::match(const std::string& text) const
 {
     MatchingBudget budget;
-    budget.addText();
     const std::uint64_t costOfStep = text.size() + m_longestAlternative;
-    for (std::size_t number = 0;; ++number) {
+    const std::size_t first = firstAttempt(text.size());
+    budget.add(text.size() <= LONGEST_SHORT_TEXT ? stepsOf(first) * costOfStep : BROUGHT_BY_LONG_TEXT);
+    for (std::size_t number = first;; ++number) {
         if (!budget.take(stepsOf(number) * costOfStep))
             throw Poco::RegularExpressionException("the searches take too many steps");
         try {

@@ -15,7 +15,9 @@ namespace Zovi::Command
 ///
 /// It grants few steps first and, as long as they do not suffice, four times as many; each attempt takes its
 /// cost from the `MatchingBudget` of the evaluation, or from one of its own outside of any. So ordinary texts
-/// cost little, although nobody tells how many steps were used. Any number of threads may match with it.
+/// cost little, although nobody tells how many steps were used. A short text begins with three steps a
+/// character, enough for an ordinary expression, and brings what they cost: a collection of such texts takes
+/// nothing from the budget. Any number of threads may match with it.
 class LimitedExpression
 {
 public:

@@ -22,9 +22,9 @@ MatchingBudget::~MatchingBudget()
         currentEvaluation = nullptr;
 }
 
-void MatchingBudget::addText()
+void MatchingBudget::add(std::uint64_t cost)
 {
-    m_evaluation->m_left += PER_TEXT;
+    m_evaluation->m_left += cost;
 }
 
 bool MatchingBudget::take(std::uint64_t cost)
