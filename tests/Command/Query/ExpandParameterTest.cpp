@@ -195,6 +195,11 @@ TEST(LevelExpansion, ThrowsOnAMixedArrayAndKeepsWhatIsDone)
 
     Object::Ptr withArray = objectOf(R"({"a":[{"x":1},[{"x":2}]]})");
     EXPECT_THROW(LevelExpansion("0").apply(*withArray), Poco::BadCastException);
+
+    Object::Ptr withValue = objectOf(R"({"a":[{"x":1}]})");
+    withValue->getArray("a")->add(*objectOf(R"({"x":2})"));
+    EXPECT_THROW(LevelExpansion("0").apply(*withValue), Poco::BadCastException);
+    EXPECT_EQ(compact(*withValue), R"({"a":[{},{"x":2}]})");
 }
 
 TEST(LevelExpansion, TrimsWhatOthersShare)
