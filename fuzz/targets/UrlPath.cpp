@@ -1,5 +1,5 @@
-// An address: parsing never fails but by Poco's refusal of the URL, no address is less than itself, equality is
-// symmetric, and an invalid address stays invalid when its own text is read again.
+// An address: parsing never fails but by Poco's refusal of the URL, no address is less than itself, equality
+// is symmetric, and an invalid address stays invalid when its own text is read again.
 
 #include "Command/UrlPath.h"
 
