@@ -6,7 +6,7 @@ target_compile_features(KYRCompilerOptions INTERFACE cxx_std_17)
 target_compile_options(KYRCompilerOptions INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual
   # A log line and an assertion name their source file: the name must not depend on the build's folder.
-  "-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=")
+  "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
 
 if(KYRZOVI_WARNINGS_AS_ERRORS)
   target_compile_options(KYRCompilerOptions INTERFACE -Werror)

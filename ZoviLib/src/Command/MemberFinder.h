@@ -3,6 +3,7 @@
 #include <Poco/Dynamic/Var.h>
 #include <Poco/JSON/Object.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <iterator>
 #include <string>
@@ -46,15 +47,10 @@ private:
     {
         if (!object.has(*m_name))
             return nullptr;
-        std::size_t place = 0;
-        for (const auto& [name, value] : object) {
-            if (name == *m_name) {
-                m_place = place;
-                return &value;
-            }
-            ++place;
-        }
-        return nullptr;
+        const auto found = std::find_if(object.begin(), object.end(),
+                                        [this](const auto& member) { return member.first == *m_name; });
+        m_place = static_cast<std::size_t>(std::distance(object.begin(), found));
+        return &found->second;
     }
 
     const std::string* m_name;
