@@ -35,7 +35,8 @@ namespace Zovi::Data
 ///
 /// The table is locked only while a number is chosen or given up. Copying, and giving an object a number,
 /// touch it without the lock: a service that does these on several threads must not let two of them run at
-/// once.
+/// once, nor one of them while an object with a number ends. Objects without a number that are not copied
+/// never touch it.
 class KYRZOVI_API XObjectBase
 {
 public:
