@@ -32,6 +32,14 @@ if(PROJECT_IS_TOP_LEVEL AND NOT DEFINED CMAKE_CXX_COMPILER_LAUNCHER)
   endif()
 endif()
 
+# What most sources of a target include, compiled once. Only where it is asked for: without it each source shows
+# that it includes what it uses.
+function(kyr_precompile_headers target)
+  if(KYRZOVI_PRECOMPILE_HEADERS)
+    target_precompile_headers(${target} PRIVATE ${ARGN})
+  endif()
+endfunction()
+
 # kyr_add_shared_library(<target> <alias> SOURCES <file>...)
 #
 # A shared library of this project: hidden symbols but for those that its file "exports.map" names too, a SOVERSION,
