@@ -17,6 +17,7 @@
 #include <Poco/RegularExpression.h>
 
 #include <exception>
+#include <memory>
 #include <sstream>
 #include <utility>
 
@@ -255,20 +256,6 @@ HttpResponse ExchangeHandler::fulfil(const HttpRequest& request) const
     if (MethodSet::readOnly().contains(request.getType()))
         return TreeReader(m_tree).read(request);
     return m_tree.resourceAt(request.getUrlPath()).write(request);
-}
-
-ExchangeHandlerFactory::ExchangeHandlerFactory(std::shared_ptr<const ServiceTree> tree,
-                                               const ExchangeOptions& options,
-                                               ExchangeHandler::WebSocketGate gate)
-    : m_tree(std::move(tree))
-    , m_options(options)
-    , m_gate(std::move(gate))
-{
-}
-
-Poco::Net::HTTPRequestHandler* ExchangeHandlerFactory::createRequestHandler(const HTTPServerRequest&)
-{
-    return new ExchangeHandler(*m_tree, m_options, m_gate);
 }
 
 } // namespace Zovi::ServiceKit

@@ -107,18 +107,22 @@ void LobbySocket::takeArrivals()
     static constexpr int MANY = 64;
     for (int i = 0; i < MANY; ++i) {
         const int descriptor = ::accept4(m_listener->sockfd(), nullptr, nullptr, SOCK_CLOEXEC);
-        if (descriptor >= 0) {
-            admit(descriptor);
-        } else {
-            const bool isOutOfRoom = !isForNow(errno) && errno != ECONNABORTED;
-            if (isOutOfRoom && !m_guests.empty())
-                m_guests.erase(m_guests.begin());
-            else if (isOutOfRoom)
-                std::this_thread::sleep_for(
-                    CHECK_PERIOD); // others have all descriptors, and may give them back
+        if (descriptor < 0) {
+            if (!isForNow(errno) && errno != ECONNABORTED)
+                giveUpDescriptor();
             return;
         }
+        admit(descriptor);
     }
+}
+
+/// Called when the system has no descriptor left.
+void LobbySocket::giveUpDescriptor()
+{
+    if (!m_guests.empty())
+        m_guests.erase(m_guests.begin());
+    else
+        std::this_thread::sleep_for(CHECK_PERIOD); // others have them all, and may give some back
 }
 
 void LobbySocket::admit(int descriptor)

@@ -84,6 +84,7 @@ private:
 
     void waitForEvents(Clock::time_point end);
     void takeArrivals();
+    void giveUpDescriptor();
     void admit(int descriptor);
     void look(Guests::iterator guest, std::uint32_t events);
     void checkTimes();

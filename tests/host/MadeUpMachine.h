@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Poco/TemporaryFile.h>
+#include "TemporaryFolder.h"
 
 #include <filesystem>
 #include <fstream>
@@ -13,27 +13,16 @@ namespace Zovi::Test
 class MadeUpMachine
 {
 public:
-    MadeUpMachine()
-        : m_root(Poco::TemporaryFile::tempName())
-    {
-        std::filesystem::create_directories(m_root);
-    }
-
-    ~MadeUpMachine() { std::filesystem::remove_all(m_root); }
-
-    MadeUpMachine(const MadeUpMachine&) = delete;
-    MadeUpMachine& operator=(const MadeUpMachine&) = delete;
-
-    const std::filesystem::path& root() const { return m_root; }
+    const std::filesystem::path& root() const { return m_root.path(); }
 
     void write(const std::string& path, const std::string& text) const
     {
-        const std::filesystem::path file = m_root / path;
+        const std::filesystem::path file = root() / path;
         std::filesystem::create_directories(file.parent_path());
         std::ofstream(file, std::ios::binary) << text;
     }
 
-    void remove(const std::string& path) const { std::filesystem::remove_all(m_root / path); }
+    void remove(const std::string& path) const { std::filesystem::remove_all(root() / path); }
 
     /// A process with 2.5 s of user and 0.5 s of system time at 100 ticks a second.
     void addProcess(int pid, int parent, const std::string& name, const std::string& status,
@@ -47,7 +36,7 @@ public:
     }
 
 private:
-    std::filesystem::path m_root;
+    TemporaryFolder m_root;
 };
 
 } // namespace Zovi::Test

@@ -1,7 +1,8 @@
 #include "NoteStore.h"
 
+#include "TemporaryFolder.h"
+
 #include <Poco/Data/SQLite/Connector.h>
-#include <Poco/TemporaryFile.h>
 #include <Poco/UUIDGenerator.h>
 
 #include <gmock/gmock.h>
@@ -13,25 +14,11 @@
 namespace Zovi::Host
 {
 
+using Test::TemporaryFolder;
 using ::testing::StartsWith;
 
 namespace
 {
-
-/// A folder for one test.
-class Folder
-{
-public:
-    Folder() { std::filesystem::create_directories(m_path); }
-    ~Folder() { std::filesystem::remove_all(m_path); }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-    std::string file() const { return (m_path / "notes.sqlite").string(); }
-
-private:
-    std::filesystem::path m_path = Poco::TemporaryFile::tempName();
-};
 
 Note makeNote(const std::string& name, std::int64_t created = 1)
 {
@@ -67,7 +54,7 @@ std::string refusalOf(const std::string& file)
 
 TEST(NoteStore, KeepsWhatItIsGiven)
 {
-    const Folder folder;
+    const TemporaryFolder folder;
     const Note first{
         Poco::UUIDGenerator().createRandom(),
         {"'); DROP TABLE notes; --", std::string("\xE2\x82\xAC\n\"?\\") + std::string(40'000, 'x')},
@@ -76,14 +63,14 @@ TEST(NoteStore, KeepsWhatItIsGiven)
     const Note second = makeNote("second", 9'000'000'000'001);
     std::string before;
     {
-        NoteStore store(folder.file());
+        NoteStore store(folder.file("notes.sqlite"));
         EXPECT_EQ(describeAll(store), "");
         EXPECT_TRUE(store.add(second, 10));
         EXPECT_TRUE(store.add(first, 10));
         before = describeAll(store);
         EXPECT_EQ(before, describe(first) + "\n" + describe(second) + "\n");
     }
-    const NoteStore store(folder.file());
+    const NoteStore store(folder.file("notes.sqlite"));
     EXPECT_EQ(describeAll(store), before);
     EXPECT_EQ(describe(store.find(second.id).value()), describe(second));
     EXPECT_FALSE(store.find(Poco::UUID::dns()));
@@ -126,35 +113,37 @@ TEST(NoteStore, TakesNoMoreThanItMay)
 
 TEST(NoteStore, SharesItsFileWithNobody)
 {
-    const Folder folder;
-    const NoteStore store(folder.file());
-    EXPECT_EQ(refusalOf(folder.file()),
-              "cannot keep notes in " + folder.file() + ": another program uses it");
+    const TemporaryFolder folder;
+    const NoteStore store(folder.file("notes.sqlite"));
+    EXPECT_EQ(refusalOf(folder.file("notes.sqlite")),
+              "cannot keep notes in " + folder.file("notes.sqlite") + ": another program uses it");
 }
 
 TEST(NoteStore, NamesAFileThatItCannotUse)
 {
-    const Folder folder;
+    const TemporaryFolder folder;
     EXPECT_THAT(refusalOf("/no/such/folder/notes"),
                 StartsWith("cannot keep notes in /no/such/folder/notes: "));
     const std::string text = std::string(4096, 'x');
-    std::ofstream(folder.file()) << text;
-    EXPECT_THAT(refusalOf(folder.file()), StartsWith("cannot keep notes in " + folder.file() + ": "));
-    EXPECT_EQ(std::filesystem::file_size(folder.file()), text.size());
+    std::ofstream(folder.file("notes.sqlite")) << text;
+    EXPECT_THAT(refusalOf(folder.file("notes.sqlite")),
+                StartsWith("cannot keep notes in " + folder.file("notes.sqlite") + ": "));
+    EXPECT_EQ(std::filesystem::file_size(folder.file("notes.sqlite")), text.size());
 }
 
 TEST(NoteStore, LeavesAFileOfANewerVersionAlone)
 {
-    const Folder folder;
+    const TemporaryFolder folder;
     {
-        const NoteStore store(folder.file());
+        const NoteStore store(folder.file("notes.sqlite"));
     }
     {
-        Poco::Data::Session session(Poco::Data::SQLite::Connector::KEY, folder.file());
+        Poco::Data::Session session(Poco::Data::SQLite::Connector::KEY, folder.file("notes.sqlite"));
         session << "PRAGMA user_version = 2", Poco::Data::Keywords::now;
     }
-    EXPECT_EQ(refusalOf(folder.file()), "cannot keep notes in " + folder.file() +
-                                            ": it was written by a newer version of this program");
+    EXPECT_EQ(refusalOf(folder.file("notes.sqlite")),
+              "cannot keep notes in " + folder.file("notes.sqlite") +
+                  ": it was written by a newer version of this program");
 }
 
 } // namespace Zovi::Host

@@ -106,12 +106,9 @@ TEST(RegistryLink, EndsAtOnceWhileItWaits)
     access.isThere = [] {
         return false;
     };
+    // More than any test may take.
     access.pause = std::chrono::hours(1);
-    const auto begin = std::chrono::steady_clock::now();
-    {
-        const RegistryLink link("a\n", access);
-    }
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
+    const RegistryLink link("a\n", access);
 }
 
 } // namespace Zovi::Host

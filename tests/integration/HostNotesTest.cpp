@@ -1,10 +1,10 @@
 #include "HostProgram.h"
 #include "JsonMatchers.h"
 #include "RawClient.h"
+#include "TemporaryFolder.h"
 
 #include <Poco/JSON/Array.h>
 #include <Poco/JSON/Object.h>
-#include <Poco/TemporaryFile.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -22,20 +22,7 @@ using Zovi::Test::HostProgram;
 using Zovi::Test::parseJson;
 using Zovi::Test::RawAnswer;
 using Zovi::Test::RawClient;
-
-class Folder
-{
-public:
-    Folder() { std::filesystem::create_directories(m_path); }
-    ~Folder() { std::filesystem::remove_all(m_path); }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-    std::string file() const { return (m_path / "notes.sqlite").string(); }
-
-private:
-    std::filesystem::path m_path = Poco::TemporaryFile::tempName();
-};
+using Zovi::Test::TemporaryFolder;
 
 std::string request(const std::string& method, const std::string& url, const std::string& body = "",
                     const std::string& headers = "")
@@ -101,10 +88,10 @@ TEST(HostNotes, AreWrittenOverHttp)
 
 TEST(HostNotes, SurviveAKillAtAnyMoment)
 {
-    const Folder folder;
+    const TemporaryFolder folder;
     std::map<std::string, std::string> acknowledged;
     for (int round = 0; round < 5; ++round) {
-        HostProgram program({"--port", "0", "--database", folder.file()});
+        HostProgram program({"--port", "0", "--database", folder.file("notes.sqlite")});
         RawClient client(program.waitForAddress());
         for (int i = 0; i < 8; ++i) {
             const std::string name = std::to_string(round) + "." + std::to_string(i);
@@ -123,7 +110,7 @@ TEST(HostNotes, SurviveAKillAtAnyMoment)
         program.sendSignal(SIGKILL);
         program.wait();
     }
-    HostProgram program({"--port", "0", "--database", folder.file()});
+    HostProgram program({"--port", "0", "--database", folder.file("notes.sqlite")});
     std::map<std::string, std::string> kept = notesOf(program.waitForAddress());
     for (auto note = kept.begin(); note != kept.end();)
         note = note->second == "late" ? kept.erase(note) : std::next(note);
@@ -132,24 +119,24 @@ TEST(HostNotes, SurviveAKillAtAnyMoment)
 
 TEST(HostNotes, AreThereAfterACleanEnd)
 {
-    const Folder folder;
+    const TemporaryFolder folder;
     std::string url;
     {
-        HostProgram program({"--port", "0", "--database", folder.file()});
+        HostProgram program({"--port", "0", "--database", folder.file("notes.sqlite")});
         RawClient client(program.waitForAddress());
         url = ask(client, request("POST", "/host/notes", named("a"))).header("location");
         program.sendSignal(SIGTERM);
         EXPECT_EQ(program.wait(), 0);
     }
-    HostProgram program({"--port", "0", "--database", folder.file()});
+    HostProgram program({"--port", "0", "--database", folder.file("notes.sqlite")});
     RawClient client(program.waitForAddress());
     EXPECT_EQ(ask(client, request("GET", url)).status, 200);
 }
 
 TEST(HostNotes, AreKeptInTheStateFolder)
 {
-    const Folder folder;
-    const std::string state = folder.file() + ".d";
+    const TemporaryFolder folder;
+    const std::string state = folder.file("notes.sqlite") + ".d";
     HostProgram program({"--port", "0", "--no-registry"}, {{"STATE_DIRECTORY", state}});
     RawClient client(program.waitForAddress());
     EXPECT_EQ(ask(client, request("POST", "/host/notes", named("a"))).status, 201);
@@ -158,9 +145,9 @@ TEST(HostNotes, AreKeptInTheStateFolder)
 
 TEST(HostNotes, AreMissedWhereNothingCanBeKept)
 {
-    const Folder folder;
-    std::ofstream(folder.file()) << "in the way";
-    HostProgram program({"--port", "0", "--no-registry"}, {{"STATE_DIRECTORY", folder.file()}});
+    const TemporaryFolder folder;
+    std::ofstream(folder.file("notes.sqlite")) << "in the way";
+    HostProgram program({"--port", "0", "--no-registry"}, {{"STATE_DIRECTORY", folder.file("notes.sqlite")}});
     RawClient client(program.waitForAddress());
     EXPECT_EQ(ask(client, request("GET", "/host/notes")).status, 404);
     EXPECT_EQ(ask(client, request("GET", "/host/interfaces")).status, 200);

@@ -4,14 +4,12 @@
 #include "ServiceKit/ServiceTree.h"
 
 #include <Poco/Net/HTTPRequestHandler.h>
-#include <Poco/Net/HTTPRequestHandlerFactory.h>
 #include <Poco/Net/HTTPServerRequest.h>
 #include <Poco/Net/HTTPServerResponse.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -101,24 +99,6 @@ private:
     const ExchangeOptions& m_options;
     WebSocketGate m_gate;
     bool m_hasUnreadBody = true;
-};
-
-/// Makes an `ExchangeHandler` for each request. Shares the tree, copies the options and the gate, which any
-/// thread may ask.
-class ExchangeHandlerFactory : public Poco::Net::HTTPRequestHandlerFactory
-{
-public:
-    /// For the exchanges with `tree`.
-    ExchangeHandlerFactory(std::shared_ptr<const ServiceTree> tree, const ExchangeOptions& options,
-                           ExchangeHandler::WebSocketGate gate = {});
-
-    /// A new handler, which the caller owns.
-    Poco::Net::HTTPRequestHandler* createRequestHandler(const Poco::Net::HTTPServerRequest& request) override;
-
-private:
-    std::shared_ptr<const ServiceTree> m_tree;
-    ExchangeOptions m_options;
-    ExchangeHandler::WebSocketGate m_gate;
 };
 
 } // namespace Zovi::ServiceKit

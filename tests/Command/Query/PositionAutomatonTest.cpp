@@ -7,7 +7,6 @@
 
 #include <gmock/gmock.h>
 
-#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <optional>
@@ -200,17 +199,16 @@ TEST(PositionAutomaton, UnderstandsAsMuchAsItHasRoomFor)
 
 TEST(PositionAutomaton, TakesLinearTimeOnHostileExpressions)
 {
-    const std::string text = repeated("a", 200'000);
+    // Anything more than linear would take hours on this.
+    const std::string text = repeated("a", 1'000'000);
     for (const Expressions& expressions : std::vector<Expressions>{{"(a+)+b"},
                                                                    {"(.|a)*b"},
                                                                    {repeated("a*", 63) + "b"},
                                                                    {repeated(".*a", 31) + "b"},
                                                                    {"(a?){30}(a*){30}b"}}) {
         SCOPED_TRACE(expressions.front());
-        const auto start = std::chrono::steady_clock::now();
         EXPECT_EQ(match(expressions, text), false);
         EXPECT_EQ(match({expressions.front() + "?"}, text), true);
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
     }
 }
 

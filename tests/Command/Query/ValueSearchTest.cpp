@@ -17,7 +17,6 @@
 #include <gmock/gmock.h>
 #include <pthread.h>
 
-#include <chrono>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -997,7 +996,6 @@ TEST(ValueSearch, SurvivesHostilePatternsOnASmallStack)
     for (const std::string& list : lists) {
         for (std::size_t i = 0; i != texts.size(); ++i) {
             SCOPED_TRACE(list.substr(0, 60) + " on text " + std::to_string(i));
-            const auto start = std::chrono::steady_clock::now();
             std::string strange;
             runOnSmallStack([&] {
                 try {
@@ -1008,7 +1006,6 @@ TEST(ValueSearch, SurvivesHostilePatternsOnASmallStack)
                 }
             });
             EXPECT_EQ(strange, "");
-            EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
         }
     }
 }

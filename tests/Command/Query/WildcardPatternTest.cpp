@@ -5,7 +5,6 @@
 
 #include <gmock/gmock.h>
 
-#include <chrono>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -236,17 +235,16 @@ TEST(WildcardPattern, CountsLiteralsAndAlternatives)
 
 TEST(WildcardPattern, TakesLinearTimeOnHostilePatterns)
 {
-    const std::string text = repeated("a", 1'000'000);
+    // Anything more than linear would take hours on these.
+    const std::string text = repeated("a", 20'000'000);
     const std::vector<Values> hostile = {
-        {repeated("%a", 100'000) + "b"},       {repeated("%", 1'000'000) + "b"},
-        {repeated("%aa", 1000) + "%b%"},       {"%" + repeated("a", 500'000) + "b%"},
-        {"%b" + repeated("a", 500'000) + "%"},
+        {repeated("%a", 100'000) + "b"},          {repeated("%", 1'000'000) + "b"},
+        {repeated("%aa", 1000) + "%b%"},          {"%" + repeated("a", 10'000'000) + "b%"},
+        {"%b" + repeated("a", 10'000'000) + "%"},
     };
     for (std::size_t i = 0; i != hostile.size(); ++i) {
         SCOPED_TRACE(i);
-        const auto start = std::chrono::steady_clock::now();
         EXPECT_FALSE(match(hostile[i], text));
-        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
     }
 }
 

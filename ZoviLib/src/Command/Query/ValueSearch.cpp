@@ -11,14 +11,15 @@
 #include "StringHelper.h"
 #include "WildcardPattern.h"
 
-#include <Poco/Ascii.h>
 #include <Poco/Exception.h>
+#include <Poco/String.h>
 
 #include <algorithm>
 #include <iterator>
 #include <optional>
 #include <string_view>
 #include <typeinfo>
+#include <utility>
 
 namespace Zovi::Command
 {
@@ -72,18 +73,6 @@ std::string prepareRegEx(const std::vector<std::string>& values)
         alternatives += prepareRegEx(value) + '|';
     alternatives.pop_back();
     return alternatives;
-}
-
-std::string_view withoutBlanks(std::string_view text)
-{
-    const auto isBlank = [](char character) {
-        return Poco::Ascii::isSpace(static_cast<unsigned char>(character));
-    };
-    while (!text.empty() && isBlank(text.front()))
-        text.remove_prefix(1);
-    while (!text.empty() && isBlank(text.back()))
-        text.remove_suffix(1);
-    return text;
 }
 
 bool isDigit(char character)
@@ -200,11 +189,11 @@ std::vector<std::string> AbstractValueSearch::splitValues(const std::string& que
     std::vector<std::string> values;
     std::string_view rest = queryValue;
     while (!rest.empty()) {
-        const std::string_view value = rest.substr(0, rest.find(','));
+        std::string value(rest.substr(0, rest.find(',')));
         rest.remove_prefix(std::min(value.size() + 1, rest.size()));
-        const std::string_view text = withoutBlanks(value);
-        if (!text.empty())
-            values.emplace_back(text);
+        Poco::trimInPlace(value);
+        if (!value.empty())
+            values.push_back(std::move(value));
     }
     return values;
 }
