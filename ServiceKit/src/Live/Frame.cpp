@@ -80,7 +80,7 @@ bool isSendableCloseCode(std::uint16_t code)
     // Between them stand the codes that only tell a program of its own side, and those that nobody has
     // given a meaning.
     static constexpr std::pair<std::uint16_t, std::uint16_t> RANGES[] = {
-        {1000, 1003}, {1007, 1011}, {3000, 4999}};
+        {1000, 1003}, {1007, 1014}, {3000, 4999}};
     return std::any_of(std::begin(RANGES), std::end(RANGES),
                        [code](const auto& range) { return code >= range.first && code <= range.second; });
 }
