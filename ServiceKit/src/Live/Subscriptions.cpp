@@ -109,10 +109,11 @@ Evaluation Subscriptions::begin(Event& event, std::uint64_t id, Time now)
     bool isAlwaysSent = false;
     for (auto& [connection, subscription] : event.subscriptions) {
         const bool hasInterval = subscription.terms.interval.count() > 0;
+        const bool isLimitOver =
+            subscription.isEstablished && subscription.lastSent + subscription.terms.updateLimit <= now;
         subscription.awaited = subscription.openRequests;
-        subscription.mustHear = hasInterval && subscription.isEstablished && subscription.nextInterval <= now;
-        subscription.mayHear = !hasInterval && subscription.isEstablished &&
-                               subscription.lastSent + subscription.terms.updateLimit <= now;
+        subscription.mustHear = hasInterval && isLimitOver && subscription.nextInterval <= now;
+        subscription.mayHear = !hasInterval && isLimitOver;
         isAlwaysSent = isAlwaysSent || subscription.awaited > 0 || subscription.mustHear ||
                        (subscription.mayHear && isBehind(event, subscription));
     }
@@ -178,8 +179,7 @@ void Subscriptions::noteSent(Subscription& subscription, const Fingerprint& fing
     const SubscriptionTerms& terms = subscription.terms;
     // The beat is kept, but messages that were missed are not sent one after the other.
     const Time nextBeat = subscription.nextInterval + terms.interval;
-    subscription.nextInterval =
-        nextBeat > now ? std::max(nextBeat, now + terms.updateLimit) : now + terms.interval;
+    subscription.nextInterval = nextBeat > now ? nextBeat : now + terms.interval;
     subscription.isEstablished = true;
     subscription.lastSent = now;
     subscription.sent = fingerprint;
@@ -190,9 +190,10 @@ std::optional<Subscriptions::Time> Subscriptions::dueTime(const Event& event,
 {
     if (subscription.openRequests > 0)
         return Time();
-    if (subscription.terms.interval.count() > 0)
-        return roundUp(subscription.nextInterval, m_tick);
     const Time limit = subscription.lastSent + subscription.terms.updateLimit;
+    // The limit is not rounded: where it is as long as the interval, each message would be late by a tick.
+    if (subscription.terms.interval.count() > 0)
+        return std::max(limit, roundUp(subscription.nextInterval, m_tick));
     if (event.isChanged || isBehind(event, subscription))
         return limit;
     if (event.source.isPolled)

@@ -239,6 +239,31 @@ TEST_F(SubscriptionsTest, KeepsTheUpdateLimitBetweenTwoBeats)
     EXPECT_EQ(untilDue(), 90ms);
 }
 
+TEST_F(SubscriptionsTest, KeepsAnIntervalThatIsAsLongAsTheUpdateLimit)
+{
+    subscriptions = Subscriptions(POLL_PERIOD, 100ms);
+    subscriptions.add(ANNE, request(), {500ms, 500ms}, told);
+    evaluate("a");
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(untilDue(), 500ms) << i;
+        now = *subscriptions.nextDue() + 1ms; // nobody wakes up at the very moment
+        EXPECT_THAT(evaluate("a"), ElementsAre("1 state 0"));
+    }
+}
+
+TEST_F(SubscriptionsTest, KeepsTheUpdateLimitWhenAnotherIsTold)
+{
+    subscriptions.add(ANNE, request(), {100ms, 90ms}, told);
+    evaluate("a");
+    now += 150ms;
+    evaluate("a");
+    now += 60ms;
+    subscriptions.add(BERT, request(), every(100ms), told);
+    EXPECT_THAT(evaluate("a"), ElementsAre("2 state 1"));
+    EXPECT_EQ(untilDue(), 30ms);
+    EXPECT_THAT(evaluateNext("a"), ElementsAre("1 state 0"));
+}
+
 TEST_F(SubscriptionsTest, EndsIntervalsTogetherWhoeverCameWhen)
 {
     subscriptions = Subscriptions(POLL_PERIOD, 100ms);
