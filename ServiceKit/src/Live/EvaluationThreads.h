@@ -29,6 +29,9 @@ public:
     EvaluationThreads(const EvaluationThreads&) = delete;
     EvaluationThreads& operator=(const EvaluationThreads&) = delete;
 
+    /// How many threads there are, one at least.
+    std::size_t count() const { return m_threads.size(); }
+
     void evaluate(Evaluation&& evaluation);
 
 private:

@@ -33,6 +33,10 @@ constexpr int SEND_BUFFER_SIZE = 64 * 1024;
 
 constexpr std::size_t RECEIVE_SIZE = 16 * 1024;
 
+/// Evaluations that may be under way for each thread. The others stay with the subscriptions, where they go
+/// with their last subscriber.
+constexpr std::size_t EVALUATIONS_PER_THREAD = 16;
+
 bool isWouldBlock(int error)
 {
     return error == EAGAIN || error == EWOULDBLOCK || error == EINTR;
@@ -119,7 +123,9 @@ bool LiveServer::isDone() const
 /// Rounded up, so that nothing is done before its time.
 int LiveServer::waitTime(Time now) const
 {
-    std::optional<Time> next = m_protocol.subscriptions().nextDue();
+    std::optional<Time> next;
+    if (roomForEvaluations() > 0)
+        next = m_protocol.subscriptions().nextDue();
     if (!m_peers.empty() && (!next || m_nextCheck < *next))
         next = m_nextCheck;
     if (!next)
@@ -135,6 +141,7 @@ void LiveServer::handleInbox(Time now)
         admit(connection, now);
     for (const Resource* resource : content.changed)
         m_protocol.subscriptions().markChanged(*resource);
+    m_evaluationsUnderWay -= content.evaluated.size();
     for (const EvaluatedEvent& event : content.evaluated)
         deliver(m_protocol.finish(event, now), now);
     if (content.isStopping && !std::exchange(m_isStopping, true))
@@ -169,8 +176,15 @@ void LiveServer::handleEvents(int count, Time now)
 
 void LiveServer::startEvaluations(Time now)
 {
-    for (Evaluation& evaluation : m_protocol.subscriptions().takeDue(now))
+    for (Evaluation& evaluation : m_protocol.subscriptions().takeDue(now, roomForEvaluations())) {
+        ++m_evaluationsUnderWay;
         m_evaluations.evaluate(std::move(evaluation));
+    }
+}
+
+std::size_t LiveServer::roomForEvaluations() const
+{
+    return m_evaluations.count() * EVALUATIONS_PER_THREAD - m_evaluationsUnderWay;
 }
 
 void LiveServer::checkTimes(Time now)

@@ -71,6 +71,7 @@ private:
     void handleInbox(Time now);
     void handleEvents(int count, Time now);
     void startEvaluations(Time now);
+    std::size_t roomForEvaluations() const;
     void checkTimes(Time now);
     void stopAll(Time now);
 
@@ -96,6 +97,7 @@ private:
     std::atomic<bool> m_isClosed{false};
     Time m_nextCheck;
     bool m_isStopping = false;
+    std::size_t m_evaluationsUnderWay = 0;
     EvaluationThreads m_evaluations;
     std::thread m_thread;
 };

@@ -35,7 +35,8 @@ void Subscriptions::add(ConnectionId connection, const SharedRequest& request, c
     const auto [position, isNew] = event->second.subscriptions.try_emplace(connection);
     position->second.terms = terms;
     position->second.nextInterval = Time();
-    ++position->second.openRequests;
+    if (position->second.openRequests++ == 0)
+        position->second.requestedAt = m_lastTime;
     if (isNew) {
         m_eventsOf[connection].insert(key);
         ++m_count;
@@ -76,6 +77,11 @@ std::size_t Subscriptions::count(ConnectionId connection) const
     return events == m_eventsOf.end() ? 0 : events->second.size();
 }
 
+std::size_t Subscriptions::countOpenRequests(ConnectionId connection, const std::string& event) const
+{
+    return has(connection, event) ? m_events.at(event).subscriptions.at(connection).openRequests : 0;
+}
+
 void Subscriptions::markChanged(const Resource& resource)
 {
     for (auto event = m_events.begin(); event != m_events.end(); ++event) {
@@ -93,10 +99,11 @@ std::optional<Subscriptions::Time> Subscriptions::nextDue() const
     return m_due.begin()->first;
 }
 
-std::vector<Evaluation> Subscriptions::takeDue(Time now)
+std::vector<Evaluation> Subscriptions::takeDue(Time now, std::size_t maxCount)
 {
+    m_lastTime = now;
     std::vector<Evaluation> evaluations;
-    while (!m_due.empty() && m_due.begin()->first <= now) {
+    while (evaluations.size() < maxCount && !m_due.empty() && m_due.begin()->first <= now) {
         const auto event = m_events.find(m_due.begin()->second);
         evaluations.push_back(begin(event->second, ++m_lastEvaluation, now));
         schedule(event);
@@ -188,8 +195,9 @@ void Subscriptions::noteSent(Subscription& subscription, const Fingerprint& fing
 std::optional<Subscriptions::Time> Subscriptions::dueTime(const Event& event,
                                                           const Subscription& subscription) const
 {
+    // Not before all others: who asks again and again must keep nobody from being told.
     if (subscription.openRequests > 0)
-        return Time();
+        return subscription.requestedAt;
     const Time limit = subscription.lastSent + subscription.terms.updateLimit;
     // The limit is not rounded: where it is as long as the interval, each message would be late by a tick.
     if (subscription.terms.interval.count() > 0)

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
@@ -108,14 +109,18 @@ public:
     std::size_t count(ConnectionId connection) const;
     std::size_t count() const { return m_count; }
 
+    /// Requests of `connection` to subscribe to `event` that were not answered yet.
+    std::size_t countOpenRequests(ConnectionId connection, const std::string& event) const;
+
     /// What `resource` offers may have changed.
     void markChanged(const Resource& resource);
 
     /// When the next evaluation is due; nothing if none will ever be.
     std::optional<Time> nextDue() const;
 
-    /// The evaluations that are due; each begins by this and is to be reported by `finish`.
-    std::vector<Evaluation> takeDue(Time now);
+    /// The evaluations that are due, `maxCount` of them at most, the longest due first; each begins by this
+    /// and is to be reported by `finish`. The time is that of the next requests, too.
+    std::vector<Evaluation> takeDue(Time now, std::size_t maxCount = std::numeric_limits<std::size_t>::max());
 
     /// An evaluation has come to its end. `fingerprint` tells its outcome from others, of whatever kind.
     std::vector<Delivery> finish(const Evaluation& evaluation, Outcome outcome,
@@ -125,6 +130,7 @@ private:
     struct Subscription {
         SubscriptionTerms terms;
         std::size_t openRequests = 0; ///< requests to subscribe that were not answered yet
+        Time requestedAt;             ///< when the first of them came
         bool isEstablished = false;
         Time lastSent;
         Time nextInterval;
@@ -167,6 +173,7 @@ private:
     std::map<ConnectionId, std::set<std::string>> m_eventsOf;
     std::size_t m_count = 0;
     std::uint64_t m_lastEvaluation = 0;
+    Time m_lastTime;
 };
 
 } // namespace Zovi::ServiceKit

@@ -347,6 +347,28 @@ TEST_F(LiveServerTest, AnswersPingsWhileAResourceTakesItsTime)
     EXPECT_EQ(levels(receiveState(slow)), "1 2 3 ");
 }
 
+TEST_F(LiveServerTest, EvaluatesLittleForWhoSubscribesAndLeavesAgainAndAgain)
+{
+    options.live.evaluationThreads = 1;
+    start();
+    std::promise<void> mayAnswer;
+    std::shared_future<void> answer = mayAnswer.get_future().share();
+    shop.shelf->beforeEachAnswer([answer] { answer.wait(); });
+    LiveClient client = connect();
+    for (int i = 0; i < 200; ++i) {
+        client.subscribe(LEVELS);
+        client.send(ClientFrame{0x9, "taken?"}.bytes());
+        EXPECT_EQ(client.receive().payload, "taken?");
+        client.send(clientText(R"({"type":"unsubscribe","event":")" + LEVELS + "\"}"));
+        EXPECT_EQ(client.receiveJson()->getValue<std::string>("type"), "subscribe");
+        EXPECT_EQ(client.receiveJson()->getValue<std::string>("type"), "unsubscribe");
+    }
+    mayAnswer.set_value();
+    client.subscribe("/shop/cellar");
+    receiveState(client);
+    EXPECT_LE(shop.shelf->questions(), 16) << "the others went with their subscription";
+}
+
 TEST_F(LiveServerTest, EvaluatesAnEventOnceForAllItsSubscribers)
 {
     start();

@@ -423,6 +423,29 @@ TEST_F(SubscriptionsTest, TellsOfAnErrorOnceAndOfItsEnd)
     EXPECT_EQ(subscriptions.count(), 1u);
 }
 
+TEST_F(SubscriptionsTest, TakesNoMoreThanThereIsRoomForAndTheLongestDueFirst)
+{
+    subscriptions.add(ANNE, request("/told"), every(100ms), told);
+    evaluate("a");
+    now += 150ms;
+    subscriptions.takeDue(now, 0);
+    subscriptions.add(BERT, request("/new"), every(100ms), told);
+    subscriptions.add(BERT, request("/other"), every(100ms), told);
+    EXPECT_THAT(subscriptions.takeDue(now, 0), IsEmpty());
+    std::vector<std::string> events;
+    for (int i = 0; i < 3; ++i) {
+        const std::vector<Evaluation> taken = subscriptions.takeDue(now, 1);
+        ASSERT_EQ(taken.size(), 1u);
+        events.push_back(taken.front().request->getEvent().toString());
+        subscriptions.remove(BERT, events.back());
+        now += 1ms;
+        subscriptions.takeDue(now, 0);
+        if (i > 0)
+            subscriptions.add(BERT, request(events.back()), every(100ms), told);
+    }
+    EXPECT_THAT(events, ElementsAre("/told", "/new", "/other")) << "who asks anew waits behind the others";
+}
+
 TEST_F(SubscriptionsTest, TakesOnlyWhatIsDue)
 {
     subscriptions.add(ANNE, request("/a"), every(100ms), POLLED);
