@@ -16,6 +16,10 @@ using Command::WebSocketRequestObject;
 using Command::WebSocketResponseObject;
 using Messages = SubscriptionProtocol::Messages;
 
+/// Requests for one event that may wait for its evaluation. Each is answered by a message of its own, so that
+/// they would fill the queue if a resource takes long.
+constexpr std::size_t MAX_OPEN_REQUESTS = 32;
+
 Messages reply(ConnectionId connection, const std::string& text)
 {
     return {{connection, makeTextFrame(text), false, {}}};
@@ -89,8 +93,7 @@ Messages SubscriptionProtocol::subscribe(ConnectionId connection, const SharedRe
 {
     if (const std::optional<std::string> refusal = refuseSubscription(*request, m_tree, m_exchangeOptions))
         return reply(connection, *refusal);
-    const bool isNew = !m_subscriptions.has(connection, request->getEvent().toString());
-    const std::string limit = isNew ? describeLimit(connection) : "";
+    const std::string limit = describeLimit(connection, request->getEvent().toString());
     if (!limit.empty())
         return reply(
             connection,
@@ -101,8 +104,13 @@ Messages SubscriptionProtocol::subscribe(ConnectionId connection, const SharedRe
     return {};
 }
 
-std::string SubscriptionProtocol::describeLimit(ConnectionId connection) const
+/// The limit that keeps `connection` from subscribing to `event`; empty if none does.
+std::string SubscriptionProtocol::describeLimit(ConnectionId connection, const std::string& event) const
 {
+    if (m_subscriptions.countOpenRequests(connection, event) >= MAX_OPEN_REQUESTS)
+        return std::to_string(MAX_OPEN_REQUESTS) + " requests for this event are not answered yet";
+    if (m_subscriptions.has(connection, event))
+        return {};
     if (m_subscriptions.count(connection) >= m_options.maxSubscriptionsPerConnection)
         return "a connection may have " + std::to_string(m_options.maxSubscriptionsPerConnection) +
                " subscriptions at most";

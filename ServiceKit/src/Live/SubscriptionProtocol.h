@@ -55,7 +55,7 @@ private:
     Messages answer(ConnectionId connection, const SharedRequest& request);
     Messages subscribe(ConnectionId connection, const SharedRequest& request);
     Messages unsubscribe(ConnectionId connection, const SharedRequest& request);
-    std::string describeLimit(ConnectionId connection) const;
+    std::string describeLimit(ConnectionId connection, const std::string& event) const;
 
     const ServiceTree& m_tree;
     const LiveOptions& m_options;

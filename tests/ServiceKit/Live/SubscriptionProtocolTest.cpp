@@ -301,6 +301,18 @@ TEST_F(SubscriptionProtocolTest, LimitsSubscriptions)
     EXPECT_THAT(receive(subscribe("/"), 3), IsEmpty());
 }
 
+TEST_F(SubscriptionProtocolTest, LimitsRequestsThatWaitForTheirAnswer)
+{
+    for (int i = 0; i < 32; ++i)
+        EXPECT_THAT(receive(subscribe("/id")), IsEmpty()) << i;
+    EXPECT_THAT(receive(subscribe("/id")),
+                ElementsAre(error(503, "/id", "32 requests for this event are not answered yet")));
+    EXPECT_THAT(receive(subscribe("/")), IsEmpty()) << "another event";
+    EXPECT_THAT(receive(subscribe("/id"), BERT), IsEmpty()) << "another client";
+    EXPECT_EQ(evaluate().size(), 32u + 1 + 2) << "each request is acknowledged, and two states are told";
+    EXPECT_THAT(receive(subscribe("/id")), IsEmpty());
+}
+
 TEST_F(SubscriptionProtocolTest, SharesOneFrameAmongAllSubscribers)
 {
     protocol.receive(ANNE, subscribe("/id"));
