@@ -27,36 +27,30 @@ LiveConnection::LiveConnection(const LiveOptions& options, Time now)
 {
 }
 
-std::vector<std::string> LiveConnection::receive(std::string_view bytes, Time now)
+std::optional<std::string> LiveConnection::receive(std::string_view& bytes, Time now)
 {
-    std::vector<std::string> messages;
     m_lastReceived = now;
     m_hasPinged = false;
     while (!m_closingSince) {
         std::optional<FrameEvent> event = m_reader.read(bytes);
         if (!event)
             break;
-        handle(*event, messages, now);
+        switch (event->kind) {
+        case FrameEvent::Kind::TEXT:
+            return std::move(event->payload);
+        case FrameEvent::Kind::PING:
+            answerPing(event->payload, now);
+            break;
+        case FrameEvent::Kind::PONG:
+            break;
+        case FrameEvent::Kind::CLOSE:
+        case FrameEvent::Kind::FAILURE:
+            m_queue.dropStates();
+            sendClose(event->code, now);
+            break;
+        }
     }
-    return messages;
-}
-
-void LiveConnection::handle(FrameEvent& event, std::vector<std::string>& messages, Time now)
-{
-    switch (event.kind) {
-    case FrameEvent::Kind::TEXT:
-        messages.push_back(std::move(event.payload));
-        break;
-    case FrameEvent::Kind::PING:
-        answerPing(event.payload, now);
-        break;
-    case FrameEvent::Kind::PONG:
-        break;
-    case FrameEvent::Kind::CLOSE:
-    case FrameEvent::Kind::FAILURE:
-        close(event.code, now);
-        break;
-    }
+    return std::nullopt;
 }
 
 void LiveConnection::answerPing(std::string_view payload, Time now)
@@ -95,6 +89,11 @@ void LiveConnection::close(std::uint16_t code, Time now)
     if (m_closingSince)
         return;
     m_queue.dropAll();
+    sendClose(code, now);
+}
+
+void LiveConnection::sendClose(std::uint16_t code, Time now)
+{
     send(share(makeCloseFrame(code)), now);
     m_closingSince = now;
 }

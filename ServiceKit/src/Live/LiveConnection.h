@@ -9,7 +9,6 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace Zovi::ServiceKit
 {
@@ -25,9 +24,11 @@ public:
     /// `options` must outlive it.
     LiveConnection(const LiveOptions& options, Time now);
 
-    /// Takes bytes that have come. Gives the messages that have become whole; pings and closes are answered
-    /// here. What comes once the connection is closing is dropped.
-    std::vector<std::string> receive(std::string_view bytes, Time now);
+    /// Takes bytes that have come, from the front of `bytes`, until a message has become whole, and gives it;
+    /// nothing if all were taken before. It is to be called until then, and each message to be answered
+    /// before the next call. Pings and closes are answered here, a close behind the replies to what came
+    /// before it. What comes once the connection is closing is dropped.
+    std::optional<std::string> receive(std::string_view& bytes, Time now);
 
     void send(SharedFrame frame, Time now);
 
@@ -58,8 +59,8 @@ public:
     bool isOver() const { return m_isOver; }
 
 private:
-    void handle(FrameEvent& event, std::vector<std::string>& messages, Time now);
     void answerPing(std::string_view payload, Time now);
+    void sendClose(std::uint16_t code, Time now);
     bool startsToSend() const { return m_queue.isEmpty(); }
     void noteQueued(bool hasStarted, Time now);
 

@@ -232,8 +232,8 @@ void LiveServer::handleReadable(ConnectionId id, Peer& peer, Time now)
 void LiveServer::handleMessages(ConnectionId id, Peer& peer, std::string_view bytes, Time now)
 {
     try {
-        for (const std::string& message : peer.connection.receive(bytes, now))
-            deliver(m_protocol.receive(id, message), now);
+        while (const std::optional<std::string> message = peer.connection.receive(bytes, now))
+            deliver(m_protocol.receive(id, *message), now);
     } catch (const std::exception& failure) {
         ZOVI_LOG_ERROR("WebSocket message failed: " << failure.what());
         peer.connection.close(static_cast<std::uint16_t>(CloseCode::INTERNAL_ERROR), now);

@@ -22,10 +22,14 @@ void SendQueue::pushPong(SharedFrame frame)
     pushOrReplace({Kind::PONG, {}, std::move(frame)});
 }
 
+SendQueue::Position SendQueue::firstUnsent()
+{
+    return m_items.begin() + (m_sent > 0 ? 1 : 0);
+}
+
 SendQueue::Position SendQueue::find(Kind kind, const std::string& event)
 {
-    const auto firstUnsent = m_items.begin() + (m_sent > 0 ? 1 : 0);
-    return std::find_if(firstUnsent, m_items.end(),
+    return std::find_if(firstUnsent(), m_items.end(),
                         [&](const Item& item) { return item.kind == kind && item.event == event; });
 }
 
@@ -43,6 +47,13 @@ void SendQueue::dropState(const std::string& event)
     const Position state = find(Kind::STATE, event);
     if (state != m_items.end())
         m_items.erase(state);
+}
+
+void SendQueue::dropStates()
+{
+    m_items.erase(std::remove_if(firstUnsent(), m_items.end(),
+                                 [](const Item& item) { return item.kind == Kind::STATE; }),
+                  m_items.end());
 }
 
 void SendQueue::dropAll()

@@ -29,6 +29,9 @@ public:
     /// Drops the state of `event`, unless it has begun to go out.
     void dropState(const std::string& event);
 
+    /// Drops all states but one that has begun to go out.
+    void dropStates();
+
     /// Drops all but what has begun to go out.
     void dropAll();
 
@@ -54,6 +57,7 @@ private:
 
     using Position = std::deque<Item>::iterator;
 
+    Position firstUnsent();
     Position find(Kind kind, const std::string& event);
     void pushOrReplace(Item&& item);
 

@@ -7,7 +7,11 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace Zovi::ServiceKit
 {
@@ -30,6 +34,17 @@ SharedFrame text(const std::string& payload)
 class LiveConnectionTest : public ::testing::Test
 {
 protected:
+    /// The messages that have become whole.
+    std::vector<std::string> receive(const std::string& bytes) { return receive(connection, bytes); }
+
+    std::vector<std::string> receive(LiveConnection& receiver, std::string_view bytes) const
+    {
+        std::vector<std::string> messages;
+        while (std::optional<std::string> message = receiver.receive(bytes, now))
+            messages.push_back(std::move(*message));
+        return messages;
+    }
+
     /// All that waits, as if it had gone out.
     std::string takeSent()
     {
@@ -51,33 +66,51 @@ protected:
 TEST_F(LiveConnectionTest, GivesTheMessagesThatHaveBecomeWhole)
 {
     const std::string bytes = clientText("a") + clientText("b") + clientText("c");
-    EXPECT_THAT(connection.receive(bytes.substr(0, bytes.size() - 1), now), ElementsAre("a", "b"));
-    EXPECT_THAT(connection.receive(bytes.substr(bytes.size() - 1), now), ElementsAre("c"));
+    EXPECT_THAT(receive(bytes.substr(0, bytes.size() - 1)), ElementsAre("a", "b"));
+    EXPECT_THAT(receive(bytes.substr(bytes.size() - 1)), ElementsAre("c"));
     EXPECT_FALSE(connection.wantsToSend());
 }
 
 TEST_F(LiveConnectionTest, AnswersThePingThatCameLast)
 {
-    connection.receive(ClientFrame{0x9, "1"}.bytes() + ClientFrame{0x9, "2"}.bytes(), now);
+    receive(ClientFrame{0x9, "1"}.bytes() + ClientFrame{0x9, "2"}.bytes());
     EXPECT_EQ(takeSent(), makeFrame(Opcode::PONG, "2"));
-    connection.receive(ClientFrame{0xA, "3"}.bytes(), now);
+    receive(ClientFrame{0xA, "3"}.bytes());
     EXPECT_FALSE(connection.wantsToSend());
 }
 
 TEST_F(LiveConnectionTest, HoldsLittleHoweverManyPingsCome)
 {
     for (int i = 0; i < 1000; ++i)
-        connection.receive(ClientFrame{0x9, std::string(125, 'x')}.bytes(), now);
+        receive(ClientFrame{0x9, std::string(125, 'x')}.bytes());
     EXPECT_EQ(takeSent().size(), 127u);
 }
 
 TEST_F(LiveConnectionTest, AnswersACloseByItsCode)
 {
-    EXPECT_THAT(connection.receive(clientText("a") + clientClose(4000) + clientText("b"), now),
-                ElementsAre("a"));
+    EXPECT_THAT(receive(clientText("a") + clientClose(4000) + clientText("b")), ElementsAre("a"));
     EXPECT_FALSE(connection.hasSentAll());
     EXPECT_EQ(takeSent(), makeCloseFrame(4000));
     EXPECT_TRUE(connection.hasSentAll());
+}
+
+TEST_F(LiveConnectionTest, RepliesToWhatCameBeforeAClose)
+{
+    for (const std::string& end : {clientClose(1000), clientClose(1005)}) {
+        SCOPED_TRACE(end);
+        LiveConnection other(options, now);
+        const std::string bytes = clientText("a") + ClientFrame{0x9, "1"}.bytes() + end + clientText("b");
+        std::string_view left = bytes;
+        EXPECT_EQ(other.receive(left, now), "a");
+        other.send(text("to a"), now);
+        other.sendState("/x", text("state"), now);
+        EXPECT_EQ(other.receive(left, now), std::nullopt);
+        EXPECT_EQ(other.nextBytes(), makeFrame(Opcode::TEXT, "to a"));
+        other.noteSent(other.nextBytes().size(), now);
+        EXPECT_EQ(other.nextBytes(), makeFrame(Opcode::PONG, "1"));
+        other.noteSent(other.nextBytes().size(), now);
+        EXPECT_EQ(other.nextBytes(), makeCloseFrame(end == clientClose(1000) ? 1000 : 1002));
+    }
 }
 
 TEST_F(LiveConnectionTest, ClosesOnWhatItCannotTake)
@@ -95,7 +128,7 @@ TEST_F(LiveConnectionTest, ClosesOnWhatItCannotTake)
     for (const auto& row : rows) {
         SCOPED_TRACE(row.code);
         LiveConnection other(options, now);
-        EXPECT_THAT(other.receive(row.bytes + clientText("more"), now), IsEmpty());
+        EXPECT_THAT(receive(other, row.bytes + clientText("more")), IsEmpty());
         EXPECT_EQ(other.nextBytes(), makeCloseFrame(row.code));
     }
 }
@@ -108,7 +141,7 @@ TEST_F(LiveConnectionTest, SendsNothingBehindItsClose)
     connection.close(1002, now);
     connection.send(text("late"), now);
     connection.sendState("/a", text("late"), now);
-    connection.receive(ClientFrame{0x9, "late"}.bytes(), now);
+    receive(ClientFrame{0x9, "late"}.bytes());
     EXPECT_EQ(takeSent(), makeCloseFrame(1001));
 }
 
@@ -159,7 +192,7 @@ TEST_F(LiveConnectionTest, HasAllTheTimeWhileThereIsNothingToSend)
     connection.send(text("a"), now);
     takeSent();
     now += options.sendTimeout * 2;
-    connection.receive(clientText("x"), now);
+    receive(clientText("x"));
     connection.send(text("b"), now);
     connection.checkTimes(now);
     EXPECT_FALSE(connection.isOver());
@@ -175,7 +208,7 @@ TEST_F(LiveConnectionTest, AsksWhetherASilentClientLives)
     connection.checkTimes(now);
     connection.checkTimes(now);
     EXPECT_EQ(takeSent(), makeFrame(Opcode::PING, ""));
-    connection.receive(ClientFrame{0xA, ""}.bytes(), now);
+    receive(ClientFrame{0xA, ""}.bytes());
     now += options.pingPeriod + 1ms;
     connection.checkTimes(now);
     EXPECT_EQ(takeSent(), makeFrame(Opcode::PING, ""));
@@ -191,7 +224,7 @@ TEST_F(LiveConnectionTest, DoesNotWaitForeverForTheClientToEnd)
     now += options.closeTimeout;
     connection.checkTimes(now);
     EXPECT_FALSE(connection.isOver());
-    connection.receive("garbage", now);
+    receive("garbage");
     connection.checkTimes(now + 1ms);
     EXPECT_TRUE(connection.isOver());
 }

@@ -322,6 +322,16 @@ TEST_F(LiveServerTest, SendsNothingBehindTheAnswerToUnsubscribe)
     EXPECT_EQ(client.receive().opcode, 0xA);
 }
 
+TEST_F(LiveServerTest, AnswersWhatComesTogetherWithAClose)
+{
+    start();
+    LiveClient client = connect();
+    client.send(ClientFrame{0x9, "there?"}.bytes() + clientText("{}") + clientClose(4000));
+    EXPECT_EQ(client.receive().payload, "there?");
+    EXPECT_EQ(client.receiveJson()->getValue<std::string>("message"), "No data");
+    EXPECT_EQ(client.receiveClose(), 4000);
+}
+
 TEST_F(LiveServerTest, AnswersPingsWhileAResourceTakesItsTime)
 {
     start();

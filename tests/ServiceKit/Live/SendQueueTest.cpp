@@ -105,6 +105,22 @@ TEST(SendQueue, HoldsOnePongHoweverManyPings)
     EXPECT_EQ(sendAll(queue), "reply999");
 }
 
+TEST(SendQueue, DropsStatesAlone)
+{
+    SendQueue queue;
+    queue.pushState("/x", frame("xyz"));
+    queue.pushState("/y", frame("y"));
+    queue.push(frame("a"));
+    queue.pushPong(frame("p"));
+    queue.pushState("/z", frame("z"));
+    queue.advance(1);
+    queue.dropStates();
+    EXPECT_EQ(queue.replies(), 1u);
+    EXPECT_EQ(sendAll(queue), "yzap");
+    queue.dropStates();
+    EXPECT_TRUE(queue.isEmpty());
+}
+
 TEST(SendQueue, DropsAllButWhatHasBegunToGoOut)
 {
     SendQueue queue;
