@@ -142,8 +142,11 @@ void LiveServer::handleInbox(Time now)
     for (const Resource* resource : content.changed)
         m_protocol.subscriptions().markChanged(*resource);
     m_evaluationsUnderWay -= content.evaluated.size();
+    // What came into the inbox may be later than the time at which the loop woke up: counted from then, the
+    // update limit would end too soon.
+    const Time sent = LiveClock::now();
     for (const EvaluatedEvent& event : content.evaluated)
-        deliver(m_protocol.finish(event, now), now);
+        deliver(m_protocol.finish(event, sent), sent);
     if (content.isStopping && !std::exchange(m_isStopping, true))
         stopAll(now);
 }
