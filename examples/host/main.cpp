@@ -3,6 +3,7 @@
 #include "Options.h"
 #include "RegistryLink.h"
 #include "ServiceKit/EndSignals.h"
+#include "ServiceManager.h"
 #include "StateFolder.h"
 
 #include <Poco/Environment.h>
@@ -41,10 +42,14 @@ void addMachineName(ServiceKit::ExchangeOptions& options)
     options.hostNames.push_back(name + ".local");
 }
 
+std::string variable(const std::string& name)
+{
+    return Poco::Environment::get(name, "");
+}
+
 std::shared_ptr<Host::NoteStore> openUsualNotes()
 {
-    const auto folder =
-        Host::stateFolder([](const std::string& name) { return Poco::Environment::get(name, ""); });
+    const auto folder = Host::stateFolder(variable);
     if (!folder)
         throw Host::NoteStoreError("no folder to keep notes in, see --help");
     std::filesystem::create_directories(*folder);
@@ -108,6 +113,7 @@ int serve(const Host::Options& arguments)
     const ServiceKit::EndSignals signals;
     server.start();
     printAddresses(server.address(), *host.service);
+    Host::tellServiceManagerReady(variable);
     std::optional<Host::RegistryLink> registry;
     if (arguments.isRegistered)
         registry.emplace(Host::toRegistration(*host.service), Host::machineRegistry());

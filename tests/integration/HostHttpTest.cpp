@@ -1,5 +1,6 @@
 #include "HostTest.h"
 #include "JsonMatchers.h"
+#include "NotifySocket.h"
 #include "RawClient.h"
 
 #include <Poco/InflatingStream.h>
@@ -350,6 +351,18 @@ TEST(HostProgram, PrintsAddressesToTry)
     const std::string output = program.restOfOutput();
     EXPECT_THAT(output, HasSubstr("  curl -s http://" + authority + "/host/processes\n"));
     EXPECT_THAT(output, HasSubstr("  http://" + authority + "/cdn/explorer/index.html\n"));
+}
+
+TEST(HostProgram, TellsTheServiceManagerThatItCanBeReached)
+{
+    const std::string name = "@kyr-host-test-" + std::to_string(getpid());
+    const Zovi::Test::NotifySocket manager(name);
+    HostProgram program({"--port", "0", "--no-registry", "--database", ":memory:"},
+                        {{"NOTIFY_SOCKET", name}});
+    EXPECT_EQ(manager.wait(), "READY=1");
+    RawClient client(program.waitForAddress());
+    client.send("GET /id HTTP/1.1\r\nHost: localhost\r\n\r\n");
+    EXPECT_EQ(client.receive().status, 200);
 }
 
 TEST(HostProgram, SaysThatThePortIsInUse)
