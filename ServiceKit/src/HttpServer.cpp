@@ -2,6 +2,7 @@
 
 #include "Connection.h"
 #include "Lobby.h"
+#include "ServiceKit/Text.h"
 
 #include <Poco/Exception.h>
 #include <Poco/Net/ServerSocket.h>
@@ -9,6 +10,8 @@
 #include <Poco/ThreadPool.h>
 #include <Poco/Timespan.h>
 
+#include <charconv>
+#include <system_error>
 #include <utility>
 
 namespace Zovi::ServiceKit
@@ -89,6 +92,16 @@ private:
 };
 
 } // namespace
+
+std::uint16_t toPort(const std::string& text)
+{
+    std::uint16_t port = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, fault] = std::from_chars(text.data(), end, port);
+    if (fault != std::errc() || stop != end)
+        throw Poco::InvalidArgumentException("a port is a number from 0 to 65535, not " + inQuotes(text));
+    return port;
+}
 
 /// What exists between start and stop. The members end in the reverse of the order in which they stand.
 class HttpServer::Running

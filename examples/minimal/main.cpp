@@ -4,7 +4,13 @@
 #include <ServiceKit/HttpServer.h>
 #include <ServiceKit/Values.h>
 
+#include <Poco/Exception.h>
+
+#include <cstdint>
 #include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
 
 using namespace Zovi;
 using namespace Zovi::ServiceKit;
@@ -43,7 +49,7 @@ public:
 };
 // [/service]
 
-int main(int argc, char** argv)
+void serve(std::uint16_t port)
 {
     const auto tree = std::make_shared<ServiceTree>(Poco::UUID("8d6a0aa4-1e5e-4a3c-9d2e-5d1b8c9f0a11"));
     const auto shelf = std::make_shared<Service>(tree->root().child("shelf"), "What there is to read.");
@@ -53,9 +59,20 @@ int main(int argc, char** argv)
     const EndSignals signals;
 
     ServerOptions options;
-    options.port = static_cast<std::uint16_t>(argc > 1 ? std::stoi(argv[1]) : 8081);
+    options.port = port;
     HttpServer server(tree, options);
     server.start();
     std::cout << "listens on http://" << server.address().toString() << std::endl;
     signals.wait();
+}
+
+int main(int argc, char** argv)
+{
+    try {
+        serve(toPort(argc > 1 ? argv[1] : "8081"));
+        return 0;
+    } catch (const Poco::Exception& failure) {
+        std::cerr << failure.displayText() << std::endl;
+        return 1;
+    }
 }

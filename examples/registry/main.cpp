@@ -4,7 +4,6 @@
 #include "ServiceRegistryConnection.h"
 
 #include <Poco/Exception.h>
-#include <Poco/NumberParser.h>
 
 #include <cstdint>
 #include <iostream>
@@ -69,13 +68,11 @@ void serve(std::uint16_t port)
 
 std::uint16_t parsePort(int argc, char** argv)
 {
-    unsigned port = DEFAULT_PORT;
-    const bool isFit =
-        argc == 1 || (argc == 3 && std::string(argv[1]) == "--port" &&
-                      Poco::NumberParser::tryParseUnsigned(argv[2], port) && port <= UINT16_MAX);
-    if (!isFit)
-        throw Poco::InvalidArgumentException("usage: kyr-registry [--port NUMBER]");
-    return static_cast<std::uint16_t>(port);
+    if (argc == 1)
+        return DEFAULT_PORT;
+    if (argc == 3 && std::string(argv[1]) == "--port")
+        return ServiceKit::toPort(argv[2]);
+    throw Poco::InvalidArgumentException("usage: kyr-registry [--port NUMBER]");
 }
 
 } // namespace

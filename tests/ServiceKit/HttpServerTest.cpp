@@ -108,6 +108,28 @@ TEST(HttpServer, DoesNotSharePorts)
     first->address();
 }
 
+TEST(HttpServer, ReadsAPortInDecimalDigits)
+{
+    EXPECT_EQ(toPort("0"), 0);
+    EXPECT_EQ(toPort("8081"), 8081);
+    EXPECT_EQ(toPort("65535"), 65535);
+    EXPECT_EQ(toPort("0080"), 80);
+}
+
+TEST(HttpServer, RefusesATextThatIsNoPort)
+{
+    for (const std::string text :
+         {"", "65536", "99999x", "8081x", "-1", "+80", " 80", "80 ", "8,081", "0x50", "http", "4294967376"}) {
+        SCOPED_TRACE(text);
+        try {
+            toPort(text);
+            FAIL();
+        } catch (const Poco::InvalidArgumentException& refusal) {
+            EXPECT_EQ(refusal.message(), "a port is a number from 0 to 65535, not '" + text + "'");
+        }
+    }
+}
+
 TEST(HttpServer, HasNoAddressBeforeStartAndAfterStop)
 {
     HttpServer server(makeSampleTree(), {});

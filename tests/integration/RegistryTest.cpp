@@ -8,6 +8,8 @@
 
 #include <chrono>
 #include <string>
+#include <utility>
+#include <vector>
 
 using Poco::Net::SocketAddress;
 using Zovi::Test::HostProgram;
@@ -150,6 +152,21 @@ TEST(Registry, IsLeftByAServiceThatEnds)
 TEST(Registry, IsNotNeeded)
 {
     EXPECT_NO_FAULTS(endsWithoutARegistry);
+}
+
+TEST(Registry, SaysWhyItCannotStart)
+{
+    const std::pair<std::vector<std::string>, std::string> rows[] = {
+        {{"--port", "99999x"}, "a port is a number from 0 to 65535, not '99999x'"},
+        {{"--port"}, "usage: kyr-registry [--port NUMBER]"},
+        {{"8079", "0"}, "usage: kyr-registry [--port NUMBER]"},
+    };
+    for (const auto& [arguments, reason] : rows) {
+        SCOPED_TRACE(reason);
+        Program registry(KYR_REGISTRY_PROGRAM, arguments);
+        EXPECT_EQ(registry.wait(), 1);
+        EXPECT_EQ(registry.restOfErrors(), "kyr-registry: Invalid argument: " + reason + "\n");
+    }
 }
 
 TEST(Registry, IsTheOnlyOne)

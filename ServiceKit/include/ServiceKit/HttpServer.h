@@ -53,6 +53,10 @@ struct ServerOptions {
     LiveOptions live;
 };
 
+/// The port that `text`, an argument of a program's for example, names in decimal digits. Throws
+/// `Poco::InvalidArgumentException` with the text if it is no number from 0 to 65535.
+std::uint16_t toPort(const std::string& text);
+
 /// Serves a tree over HTTP, and lets clients follow it over WebSockets.
 ///
 ///     auto tree = std::make_shared<ServiceTree>(rootId);
