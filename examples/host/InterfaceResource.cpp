@@ -138,7 +138,7 @@ bool InterfaceResource::describe(const std::string& name, const std::vector<std:
     setNumber(element, "bytesSent", folder / "statistics/tx_bytes");
     setNumber(element, "packetsReceived", folder / "statistics/rx_packets");
     setNumber(element, "packetsSent", folder / "statistics/tx_packets");
-    element.setValue<TextList>("addresses", {addresses.begin(), addresses.end()});
+    element.setValue<TextList>("addresses", addresses);
     return true;
 }
 

@@ -4,7 +4,10 @@
 #include "Data/AttributeValueArray.h"
 
 #include <cstdint>
+#include <initializer_list>
+#include <iterator>
 #include <string>
+#include <vector>
 
 namespace Zovi::ServiceKit
 {
@@ -13,9 +16,48 @@ namespace Zovi::ServiceKit
 using Text = Data::AttributeValueStringable<std::string>;
 using Integer = Data::AttributeValueInteger;
 
-/// Texts in their order: `element->setValue<TextList>("tags", {tags.begin(), tags.end()})` if they are there
-/// already, `{Text("a"), Text("b")}` if they are written out.
-using TextList = Data::AttributeValueStringArray;
+/// Texts in their order, as a `TextList` takes them.
+class Texts : public Data::AttributeValueStringArray
+{
+public:
+    /// No text.
+    Texts() = default;
+
+    /// Copies `texts`.
+    Texts(const std::vector<std::string>& texts)
+        : AttributeValueArray(texts)
+    {
+    }
+    Texts(std::initializer_list<std::string> texts)
+        : AttributeValueArray(std::vector<std::string>(texts))
+    {
+    }
+
+    /// Copies the texts from `begin` to `end`, which may stand in any container.
+    template <typename Iterator, typename = typename std::iterator_traits<Iterator>::iterator_category>
+    Texts(Iterator begin, Iterator end)
+        : AttributeValueArray(std::vector<std::string>(begin, end))
+    {
+    }
+};
+
+/// A list of texts: `element->setValue<TextList>("tags", tags)` if they stand in a vector,
+/// `{tags.begin(), tags.end()}` if in another container, `{"heat", "water"}` if they are written out.
+class TextList : public Texts
+{
+public:
+    /// What is held.
+    using value_type = Texts;
+
+    /// Holds a copy of `texts`.
+    TextList(const Texts& texts)
+        : Texts(texts)
+    {
+    }
+
+    /// The texts, good as long as this object.
+    const Texts& get() const { return *this; }
+};
 
 /// True or false.
 class Flag : public Data::AttributeValue<bool, Data::AttributeValueBase>
