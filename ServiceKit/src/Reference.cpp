@@ -3,6 +3,7 @@
 #include "Command/UrlPath.h"
 
 #include <Poco/SHA1Engine.h>
+#include <Poco/String.h>
 #include <Poco/UUIDGenerator.h>
 
 namespace Zovi::ServiceKit
@@ -22,6 +23,14 @@ Poco::UUID nameBasedId(const Poco::UUID& space, const std::string& name)
 {
     Poco::SHA1Engine digest;
     return Poco::UUIDGenerator().createFromName(space, name, digest, Poco::UUID::UUID_NAME_BASED_SHA1);
+}
+
+std::optional<Poco::UUID> parseId(const std::string& text)
+{
+    Poco::UUID id;
+    if (!id.tryParse(text) || id.toString() != Poco::toLower(text))
+        return std::nullopt;
+    return id;
 }
 
 Reference Reference::child(const std::string& childName) const

@@ -4,7 +4,6 @@
 #include "ServiceKit/Text.h"
 
 #include <Poco/Net/HTTPRequest.h>
-#include <Poco/String.h>
 
 #include <algorithm>
 #include <utility>
@@ -95,10 +94,10 @@ Command::HttpResponse Resource::write(const Command::HttpRequest&)
 
 Poco::UUID Resource::elementId(const Command::UrlPath& path) const
 {
-    Poco::UUID id;
-    if (!id.tryParse(path.getElement()) || id.toString() != Poco::toLower(path.getElement()))
+    const std::optional<Poco::UUID> id = parseId(path.getElement());
+    if (!id)
         throw absence(path);
-    return id;
+    return *id;
 }
 
 RequestError Resource::absence(const Command::UrlPath& path) const

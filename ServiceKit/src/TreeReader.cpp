@@ -3,6 +3,7 @@
 #include "Command/Query/ExpandParameter.h"
 #include "Command/QueryFilterJSON.h"
 #include "Command/ResponseObject.h"
+#include "Printable.h"
 #include "QueryFault.h"
 #include "ServiceKit/RequestError.h"
 
@@ -97,7 +98,9 @@ Poco::SharedPtr<Command::ExpandParameter> expansionOf(const RequestBase& request
 /// References stay in their short form unless the request asks for more.
 Poco::JSON::Object::Ptr render(const Data::XObjectBase& object, const Command::ExpandParameter* expansion)
 {
-    return expansion ? expansion->apply(object) : object.toJSON(0);
+    Poco::JSON::Object::Ptr json = expansion ? expansion->apply(object) : object.toJSON(0);
+    makePrintable(*json);
+    return json;
 }
 
 HttpResponse answerArray(const RequestBase& request, const Poco::JSON::Array& array)

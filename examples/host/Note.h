@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ServiceKit/Body.h"
+
 #include <Poco/UUID.h>
 
 #include <cstddef>
@@ -29,9 +31,7 @@ struct Note {
 /// Reads the body of a request. Accepted: `{"name":"Milk","text":"Two bottles.","pinned":true}`, of which all
 /// but the name may be left out. Refused: `{"name":""}`.
 ///
-/// Throws `ServiceKit::RequestError` with status 400 and a message that names the attribute at fault for what
-/// is no JSON object, an attribute that a client cannot set, a missing name, a value of another type or over
-/// its limit, and a text with characters that nobody can read. What is no valid UTF-8 is no JSON.
-NoteContent parseNoteContent(const std::string& body);
+/// Throws what `ServiceKit::Body` throws, and likewise where the name is blank or has control characters.
+NoteContent parseNoteContent(ServiceKit::Body body);
 
 } // namespace Zovi::Host

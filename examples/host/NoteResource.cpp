@@ -113,7 +113,7 @@ HttpResponse NoteResource::create(const HttpRequest& request)
 {
     const std::int64_t now = m_now();
     const Note note{Poco::UUIDGenerator::defaultGenerator().createRandom(),
-                    parseNoteContent(request.getMessage()), now, now};
+                    parseNoteContent(ServiceKit::Body(request)), now, now};
     if (!m_store->add(note, m_maxNotes))
         throw RequestError(HTTPStatus::HTTP_CONFLICT,
                            "there are " + std::to_string(m_maxNotes) + " notes already, delete one first");
@@ -125,7 +125,7 @@ HttpResponse NoteResource::create(const HttpRequest& request)
 
 HttpResponse NoteResource::replace(const HttpRequest& request)
 {
-    const NoteContent content = parseNoteContent(request.getMessage());
+    const NoteContent content = parseNoteContent(ServiceKit::Body(request));
     const std::optional<Note> note = m_store->replace(elementId(request.getUrlPath()), content, m_now());
     if (!note)
         throw absence(request.getUrlPath());

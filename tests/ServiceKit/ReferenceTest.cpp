@@ -26,6 +26,17 @@ TEST(Reference, GivesDifferentNamesAndSpacesDifferentIds)
     EXPECT_NE(a, nameBasedId(a, "a"));
 }
 
+TEST(Reference, TakesForAnIdOnlyWhatIsWrittenAsOne)
+{
+    const Poco::UUID id("2ed6657d-e927-568b-95e1-2665a8aea6a2");
+    EXPECT_EQ(parseId("2ed6657d-e927-568b-95e1-2665a8aea6a2"), id);
+    EXPECT_EQ(parseId("2ED6657D-e927-568B-95e1-2665a8aea6a2"), id);
+    for (const std::string text :
+         {"", "a", "2ed6657de927568b95e12665a8aea6a2", "2ed6657d-e927-568b-95e1-2665a8aea6a",
+          "2ed6657d-e927-568b-95e1-2665a8aea6a2x", "2ed6657d-e927-568b-95e1-2665a8aea6ag"})
+        EXPECT_EQ(parseId(text), std::nullopt) << text;
+}
+
 TEST(Reference, AddressesChildrenByNameAndElementsById)
 {
     const Reference root = rootReference(Poco::UUID::dns());

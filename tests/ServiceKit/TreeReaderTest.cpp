@@ -2,11 +2,14 @@
 
 #include "JsonMatchers.h"
 #include "SampleTree.h"
+#include "ServiceKit/Values.h"
 
 #include <Poco/String.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <cmath>
 
 namespace Zovi::ServiceKit
 {
@@ -237,6 +240,28 @@ TEST(TreeReader, KeepsAnAttributeThatIsCalledData)
     ASSERT_TRUE(data);
     EXPECT_EQ(data->getValue<int>("data"), 7);
     EXPECT_EQ(data->getValue<std::string>("name"), "disk");
+}
+
+TEST(TreeReader, ShowsNothingThatJsonDoesNotHave)
+{
+    const auto makeProbe = [] {
+        Poco::SharedPtr<Data::ElementGeneric> probe = makePuppet("probe");
+        probe->setValue<Number>("value", std::nan(""));
+        probe->setValue<Text>("place", "shed \xFF");
+        return probe;
+    };
+    const std::string members = "\"name\":\"probe\",\"place\":\"shed \xEF\xBF\xBD\"";
+    const auto tree = makeSampleTree([makeProbe] { return Data::ElementCollection{makeProbe()}; });
+    for (const std::string query :
+         {"$fields=value,place", "$sortby=value&$fields=place", "$q=probe&$expand=1"}) {
+        SCOPED_TRACE(query);
+        const RequestBase request(Poco::URI("/shop/puppet?" + query));
+        EXPECT_THAT(compact(TreeReader(*tree).read(request).getJson()->getArray("data")), HasSubstr(members));
+    }
+    const RequestBase request(Poco::URI("/shop/puppet/" + Zovi::Test::APPLE_ID.toString()));
+    const Command::HttpResponse one = answerElement(request, *makeProbe());
+    EXPECT_THAT(compact(one.getJson()->getObject("data")), HasSubstr(members));
+    EXPECT_FALSE(one.getJson()->getObject("data")->has("value"));
 }
 
 TEST(TreeReader, PassesOnWhatAnEmptyValueThrows)

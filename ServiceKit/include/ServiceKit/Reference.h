@@ -5,6 +5,7 @@
 #include <Poco/URI.h>
 #include <Poco/UUID.h>
 
+#include <optional>
 #include <string>
 
 namespace Zovi::ServiceKit
@@ -13,6 +14,10 @@ namespace Zovi::ServiceKit
 /// The UUID (version 5) of the thing that is called `name` within `space`: the same two always give the same
 /// UUID, on every machine. Any thread may call this.
 Poco::UUID nameBasedId(const Poco::UUID& space, const std::string& name);
+
+/// The UUID that `text` is, in the form in which one is written; nothing if it is none. `Poco::UUID` takes
+/// texts without hyphens, or with something behind, as well.
+std::optional<Poco::UUID> parseId(const std::string& text);
 
 /// Who an addressable thing is: what the three fields of a reference object say. A plain value.
 struct Reference {

@@ -112,6 +112,9 @@ public:
 
     /// All elements, none of them null; each has at least the three attributes of a reference.
     ///
+    /// Whatever they hold, an answer is JSON in UTF-8: numbers that JSON does not have are left out, and
+    /// bytes that are no part of valid UTF-8 become U+FFFD.
+    ///
     /// An attribute that has nothing to say is left unset. One that renders as an empty value, as a reference
     /// to nobody does, makes a search or a sort that comes upon it fail, which is answered by status 500.
     virtual Data::ElementCollection elements() const = 0;

@@ -70,7 +70,7 @@ public:
     }
 };
 
-/// A number that need not be whole.
+/// A number that need not be whole. One that JSON does not have, infinite or none at all, is not shown.
 class Number : public Data::AttributeValue<double, Data::AttributeValueBase>
 {
 public:
