@@ -5,11 +5,11 @@ Usage: check-commands.py --serve NAME=COMMAND... [--page-address HOST:PORT] [--s
                          [--update] PAGE
 
 COMMAND starts a service and makes it print where it listens; the page asks the first one until a comment names another,
-<!-- served by: NAME -->. A block of the kind "sh" with a curl in it is run as it
-stands, with the address on the page replaced by the real one; the next block, if it is "json" or "text", is what it
-writes. A block of the kind "ws" is a talk on a WebSocket: what is sent behind "> ", what then comes behind "< ". Times and
-ETags may differ. With --shape every value may, as on another machine, and then the two must have the
-same keys and types.
+<!-- served by: NAME -->. A block of the kind "sh" with a curl in it is run as it stands, with the address on the page
+replaced by the real one; the next block, if it is "json" or "text", is what it writes. A block of the kind "ws" is a talk
+on a WebSocket: what is sent behind "> ", what then comes behind "< ". Times may differ, and so may the id of what a POST
+creates, for which the one on the page stands from then on. With --shape every value may differ, as on another machine,
+and then the two must have the same keys and types.
 
 With --run-all every other block of the kind "sh" is run, too, and must succeed, except for a LINE that the caller sees
 to. If the next block is "console", it is what is typed into the command ("> ") and what it writes ("< ").
@@ -30,6 +30,7 @@ import threading
 from running import Service, Talk
 
 BLOCK = re.compile(r"^```(\w+)\n(.*?)^```$|^<!-- served by: (\w+) -->$", re.DOTALL | re.MULTILINE)
+UUID = re.compile(r"[0-9a-f]{8}(?:-[0-9a-f]{4}){3}-[0-9a-f]{12}")
 # What a program writes to move the cursor of a terminal.
 CONTROL = re.compile(r"\x1b(?:\[[0-9;]*[A-Za-z]|[78])")
 PATIENCE = 60
@@ -40,10 +41,13 @@ def shell(command):
     return ["bash", "-c", command]
 
 
-def run(command, page_address, address):
-    command = command.replace(page_address, address)
+def creates(command):
+    return " -d " in command and " -X " not in command
+
+
+def run(command):
     done = subprocess.run(shell(command), stdout=subprocess.PIPE, check=False, timeout=PATIENCE)
-    text = done.stdout.decode().replace("\r", "").replace(address, page_address)
+    text = done.stdout.decode().replace("\r", "")
     return text if text.endswith("\n") else text + "\n"
 
 
@@ -109,12 +113,34 @@ class Checker:
     def __init__(self, arguments):
         self.arguments = arguments
         self.commands = dict(serve.split("=", 1) for serve in arguments.serve)
-        self.service = Service(next(iter(self.commands.values())))
+        self.start(next(iter(self.commands)))
         self.talk = None
+        self.is_new = False
         self.given = None
         self.dialog = None
         self.asked = 0
         self.wrong = 0
+
+    def start(self, name):
+        self.service = Service(self.commands[name])
+        # What stands on the page, and what the service has in its place.
+        self.real = {self.arguments.page_address: self.service.address}
+
+    def to_service(self, text):
+        for shown, real in self.real.items():
+            text = text.replace(shown, real)
+        return text
+
+    def to_page(self, text):
+        for shown, real in self.real.items():
+            text = text.replace(real, shown)
+        return text
+
+    def learn_id(self, shown, given):
+        """From now on the first id on the page stands for the one that the service has made up."""
+        on_page, real = UUID.search(shown), UUID.search(given)
+        if on_page and real:
+            self.real[on_page.group()] = real.group()
 
     def close(self):
         if self.talk:
@@ -127,7 +153,7 @@ class Checker:
         kind, body, name = match.groups()
         if name:
             self.close()
-            self.service = Service(self.commands[name])
+            self.start(name)
             return match.group(0)
         if kind == "sh":
             self.given = None
@@ -139,17 +165,22 @@ class Checker:
             self.given, self.dialog = hold_dialog(self.dialog, body), None
         if self.given is None:
             return match.group(0)
+        if self.is_new:
+            self.learn_id(body, self.given)
+            self.is_new = False
+        self.given = self.to_page(self.given)
         body = self.compare(kind, body)
         self.given = None
         return f"```{kind}\n{body}```"
 
     def command(self, body, is_dialog):
         """Runs the block of a command, unless what is to be typed into it is still to come."""
+        self.is_new = creates(body)
         if "curl " in body:
             self.given = self.ask(body)
         elif self.arguments.run_all and is_dialog:
             self.asked += 1
-            self.dialog = body.replace(self.arguments.page_address, self.service.address)
+            self.dialog = self.to_service(body)
         elif self.arguments.run_all:
             self.run_lines([line for line in body.splitlines() if line not in self.arguments.done])
 
@@ -162,7 +193,7 @@ class Checker:
 
     def ask(self, command):
         self.asked += 1
-        return run(command, self.arguments.page_address, self.service.address)
+        return run(self.to_service(command))
 
     def converse(self, body):
         """The lines of a talk, as it really goes."""
@@ -171,7 +202,7 @@ class Checker:
         lines = []
         for line in body.splitlines():
             if line.startswith("> "):
-                self.talk.send(line[2:])
+                self.talk.send(self.to_service(line[2:]))
             lines.append(line if line.startswith("> ") else "< " + self.talk.receive())
         return "\n".join(lines) + "\n"
 

@@ -7,12 +7,13 @@
 #include <ServiceKit/Values.h>
 
 #include <Poco/Exception.h>
+#include <Poco/UUIDGenerator.h>
 
 #include <cstdint>
 #include <iostream>
+#include <map>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -101,17 +102,29 @@ public:
     {
         const std::lock_guard lock(m_mutex);
         Data::ElementCollection wishes;
-        for (const std::string& title : m_titles)
-            wishes.push_back(makeElement(idOf(title), title));
+        for (const auto& [id, title] : m_titles)
+            wishes.push_back(makeElement(id, title));
         return wishes;
     }
 
     MethodSet collectionMethods() const override { return {Method::GET, Method::HEAD, Method::POST}; }
-    MethodSet elementMethods() const override { return {Method::GET, Method::HEAD, Method::DELETE}; }
+    MethodSet elementMethods() const override
+    {
+        return {Method::GET, Method::HEAD, Method::PUT, Method::DELETE};
+    }
 
     Command::HttpResponse write(const Command::HttpRequest& request) override
     {
-        return request.getType() == Method::POST ? create(request) : remove(request);
+        switch (request.getType()) {
+        case Method::POST:
+            return create(request);
+        case Method::PUT:
+            return change(request);
+        case Method::DELETE:
+            return remove(request);
+        default:
+            return Resource::write(request);
+        }
     }
 
     bool tellsOfChanges() const override { return true; }
@@ -121,41 +134,73 @@ private:
 
     Command::HttpResponse create(const Command::HttpRequest& request)
     {
-        const Poco::JSON::Object::Ptr body = request.asJson();
-        const std::string title = body ? body->optValue<std::string>("name", "") : "";
-        if (title.empty() || title.size() > 100)
-            throw RequestError(Command::HTTPStatus::HTTP_BAD_REQUEST,
-                               "a wish needs a 'name' of 100 bytes at most");
+        const std::string title = titleIn(request);
+        const Poco::UUID id = Poco::UUIDGenerator::defaultGenerator().createRandom();
         {
             const std::lock_guard lock(m_mutex);
             if (m_titles.size() == 100)
                 throw RequestError(Command::HTTPStatus::HTTP_CONFLICT, "there are 100 wishes already");
-            if (!m_titles.insert(title).second)
-                throw RequestError(Command::HTTPStatus::HTTP_CONFLICT, "that is wished for already");
+            keep(id, title);
         }
         notifyChanged();
-        const auto wish = makeElement(idOf(title), title);
-        Command::HttpResponse answer(Command::HTTPStatus::HTTP_CREATED,
-                                     Command::ResponseObject(wish->toJSON(0)));
-        answer.setLocation(wish->getUri().getPath());
+        Command::HttpResponse answer(Command::HTTPStatus::HTTP_CREATED, show(id, title));
+        answer.setLocation(reference().element(id, title).uri);
         return answer;
+    }
+
+    Command::HttpResponse change(const Command::HttpRequest& request)
+    {
+        const Poco::UUID id = elementId(request.getUrlPath());
+        const std::string title = titleIn(request);
+        {
+            const std::lock_guard lock(m_mutex);
+            if (m_titles.count(id) == 0)
+                throw absence(request.getUrlPath());
+            keep(id, title);
+        }
+        notifyChanged();
+        return Command::HttpResponse(Command::HTTPStatus::HTTP_OK, show(id, title));
     }
 
     Command::HttpResponse remove(const Command::HttpRequest& request)
     {
-        const Data::ElementBase::Ptr wish = element(elementId(request.getUrlPath()));
-        if (!wish)
-            throw absence(request.getUrlPath());
+        const Poco::UUID id = elementId(request.getUrlPath());
         {
             const std::lock_guard lock(m_mutex);
-            m_titles.erase(wish->getName());
+            if (m_titles.erase(id) == 0)
+                throw absence(request.getUrlPath());
         }
         notifyChanged();
         return Command::HttpResponse::createStatusOk();
     }
 
+    static std::string titleIn(const Command::HttpRequest& request)
+    {
+        const Poco::JSON::Object::Ptr body = request.asJson();
+        const std::string title = body ? body->optValue<std::string>("name", "") : "";
+        if (title.empty() || title.size() > 100)
+            throw RequestError(Command::HTTPStatus::HTTP_BAD_REQUEST,
+                               "a wish needs a 'name' of 100 bytes at most");
+        return title;
+    }
+
+    /// The caller holds the lock.
+    void keep(const Poco::UUID& id, const std::string& title)
+    {
+        for (const auto& [other, taken] : m_titles) {
+            if (taken == title && other != id)
+                throw RequestError(Command::HTTPStatus::HTTP_CONFLICT, "that is wished for already");
+        }
+        m_titles[id] = title;
+    }
+
+    Command::ResponseObject show(const Poco::UUID& id, const std::string& title) const
+    {
+        return Command::ResponseObject(makeElement(id, title)->toJSON(0));
+    }
+
     mutable std::mutex m_mutex;
-    std::set<std::string> m_titles;
+    std::map<Poco::UUID, std::string> m_titles;
 };
 // [/wishes]
 
