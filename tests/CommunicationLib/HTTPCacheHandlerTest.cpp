@@ -259,6 +259,8 @@ TEST(HTTPCacheHandler, FindsContentChangedThatTheClientDoesNotName)
         {R"("@";"@")"},
         {R"(""@"")"},
         {R"("W/"@"")"},
+        // as long as a tag, with characters that stand beside the digits
+        {R"("0000000g", "0000000G", "0000000`", "0000000:", "0000000/", "0x000000", "-0000000", " 0000000")"},
         // the tag inside of another, or behind a quote that is open
         {R"("a,@,b")"},
         {R"("a,W/"@")"},
