@@ -34,7 +34,10 @@ UUID = re.compile(r"[0-9a-f]{8}(?:-[0-9a-f]{4}){3}-[0-9a-f]{12}")
 # What a program writes to move the cursor of a terminal.
 CONTROL = re.compile(r"\x1b(?:\[[0-9;]*[A-Za-z]|[78])")
 PATIENCE = 60
-MASKS = ((r'"timestamp":\d+', '"timestamp":0'), (r"(?m)^Date: .*$", "Date: ..."))
+MASKS = (
+    (r'"(timestamp|measured|temperature)":[\d.]+', r'"\1":0'),
+    (r"(?m)^Date: .*$", "Date: ..."),
+)
 
 
 def shell(command):

@@ -1,5 +1,5 @@
-// The shelf of examples/minimal grown by two resources: authors, whom books refer to, and wishes, which
-// clients write.
+// The shelf of examples/minimal grown by three resources: authors, whom books refer to, wishes, which
+// clients write, and the climate, which changes by itself.
 
 #include <ServiceKit/ElementReference.h>
 #include <ServiceKit/EndSignals.h>
@@ -7,14 +7,18 @@
 #include <ServiceKit/Values.h>
 
 #include <Poco/Exception.h>
+#include <Poco/Timestamp.h>
 #include <Poco/UUIDGenerator.h>
 
+#include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <iostream>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace Zovi;
@@ -204,6 +208,75 @@ private:
 };
 // [/wishes]
 
+// [climate]
+/// Stands for the driver of a thermometer.
+double measure()
+{
+    static int count = 0;
+    return 20 + 0.25 * (++count % 4);
+}
+
+class Climate : public Resource
+{
+public:
+    explicit Climate(const Reference& shelf)
+        : Resource(
+              shelf.child("climate"), "What the books stand in.",
+              {{"temperature", "number", "°C", "Of the air."}, {"measured", "time", "ms", "When it was so."}})
+        , m_thread([this] { measureEverySecond(); })
+    {
+    }
+
+    ~Climate() override
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_isEnding = true;
+        }
+        m_end.notify_all();
+        m_thread.join();
+    }
+
+    Data::ElementCollection elements() const override
+    {
+        auto air = makeElement(idOf("air"), "air");
+        const std::lock_guard lock(m_mutex);
+        air->setValue<Number>("temperature", m_temperature);
+        air->setValue<Integer>("measured", m_measured.epochMicroseconds() / 1000);
+        return {air};
+    }
+
+    bool tellsOfChanges() const override { return true; }
+
+private:
+    void measureEverySecond()
+    {
+        while (!endsWithinASecond()) {
+            const double temperature = measure();
+            {
+                const std::lock_guard lock(m_mutex);
+                m_temperature = temperature;
+                m_measured.update();
+            }
+            notifyChanged();
+        }
+    }
+
+    bool endsWithinASecond()
+    {
+        std::unique_lock lock(m_mutex);
+        return m_end.wait_for(lock, std::chrono::seconds(1), [this] { return m_isEnding; });
+    }
+
+    mutable std::mutex m_mutex;
+    std::condition_variable m_end;
+    bool m_isEnding = false;
+    double m_temperature = measure();
+    Poco::Timestamp m_measured;
+    std::thread m_thread;
+};
+// [/climate]
+
 void serve(std::uint16_t port)
 {
     const auto tree = std::make_shared<ServiceTree>(Poco::UUID("8d6a0aa4-1e5e-4a3c-9d2e-5d1b8c9f0a11"));
@@ -216,6 +289,9 @@ void serve(std::uint16_t port)
     // [add-wishes]
     shelf->add(std::make_shared<Wishes>(shelf->reference()));
     // [/add-wishes]
+    // [add-climate]
+    shelf->add(std::make_shared<Climate>(shelf->reference()));
+    // [/add-climate]
     tree->add(shelf);
 
     const EndSignals signals;

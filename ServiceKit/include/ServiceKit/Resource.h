@@ -120,7 +120,8 @@ public:
     virtual Data::ElementCollection elements() const = 0;
 
     /// The element whose "id" is `id`, a null pointer if there is none. Looked for among all of them if not
-    /// overridden; who finds one faster does.
+    /// overridden, and so not to be called under a lock that `elements` takes; who finds one faster overrides
+    /// it.
     virtual Data::ElementBase::Ptr element(const Poco::UUID& id) const;
 
     /// What may be done to the collection and to an element. GET and HEAD if not overridden.
@@ -155,8 +156,8 @@ public:
     Poco::SharedPtr<Data::ElementGeneric> makeElement(const Poco::UUID& id, const std::string& name) const;
 
 protected:
-    /// To be called after a change, when the next reader would see it. Holds no lock while it tells the
-    /// listeners.
+    /// To be called after a change, when the next reader would see it; by any thread, which holds no lock of
+    /// the resource's, at any time. Holds no lock itself while it tells the listeners.
     void notifyChanged() const;
 
 private:
