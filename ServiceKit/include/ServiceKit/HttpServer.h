@@ -78,8 +78,9 @@ std::uint16_t toPort(const std::string& text);
 /// is nothing to follow, and in place of the data if they cannot be had; an element that is deleted is told
 /// by the code 410, and the subscription is over. To subscribe again gives new times; "unsubscribe" ends it.
 ///
-/// The event is given back as `Poco::URI` writes it, which is how messages are to be matched. "$expand" may
-/// stand on elements; on all else only with level 0.
+/// The event is given back as `Poco::URI` writes it, the query as it came and the path with what need not be
+/// escaped written plainly, which is how messages are to be matched; those of several events may overtake
+/// each other. "$expand" may stand on elements; on all else only with level 0.
 ///
 /// Its threads are its own. `start` and `stop` are called by one thread.
 class HttpServer

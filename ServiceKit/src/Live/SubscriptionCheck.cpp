@@ -38,11 +38,11 @@ std::string refusal(const WebSocketRequestObject& request, WebSocketResponseObje
     return WebSocketResponseObject(request, error, " (" + reason + ")").toJsonString();
 }
 
-std::string refuseAddress(const WebSocketRequestObject& request)
+/// Quotes the event as it came: its path alone would not show what else is wrong.
+std::string refuseEvent(const WebSocketRequestObject& request, const std::string& reason)
 {
-    return refusal(request, Command::StatusObject::subscription_uri_invalid,
-                   "not an address of a service, resource or element: " +
-                       inQuotes(request.getEvent().getPath()));
+    const auto event = request.getJson()->getValue<std::string>(WebSocketRequestObject::FIELD_EVENT);
+    return refusal(request, Command::StatusObject::subscription_uri_invalid, reason + ": " + inQuotes(event));
 }
 
 std::string refuseQuery(const WebSocketRequestObject& request)
@@ -65,11 +65,17 @@ std::string refuseUnreadable(const WebSocketRequestObject& request)
     return refusal(request, WebSocketResponseObject::badData, "a key is missing or of the wrong type");
 }
 
-bool isPathAlone(const Poco::URI& event)
+/// What keeps an event from being a path and a query; nothing if it is that.
+std::optional<std::string> faultOf(const Poco::URI& event)
 {
     const std::string& path = event.getPath();
-    return event.isRelative() && event.getAuthority().empty() && event.getFragment().empty() &&
-           !path.empty() && path.front() == '/';
+    if (!event.isRelative() || !event.getAuthority().empty())
+        return "an event has neither scheme nor host";
+    if (!event.getFragment().empty())
+        return "an event has no fragment";
+    if (path.empty() || path.front() != '/')
+        return "an event begins with a slash";
+    return std::nullopt;
 }
 
 UrlPath addressOf(const Poco::URI& event)
@@ -129,9 +135,11 @@ std::optional<std::string> refuseSubscription(const WebSocketRequestObject& requ
     if (event.toString().size() > options.maxUrlLength)
         return refusal(request, HTTPStatus::HTTP_REQUEST_URI_TOO_LONG,
                        "an event may have " + std::to_string(options.maxUrlLength) + " bytes at most");
+    if (const std::optional<std::string> fault = faultOf(event))
+        return refuseEvent(request, *fault);
     const UrlPath address = addressOf(event);
-    if (!isPathAlone(event) || !address.isValid() || isStaticFile(address))
-        return refuseAddress(request);
+    if (!address.isValid() || isStaticFile(address))
+        return refuseEvent(request, "not an address of a service, resource or element");
     try {
         checkQuerySize(request.getUrlPath(), options.maxQueryEntries);
         tree.methodsAt(address);

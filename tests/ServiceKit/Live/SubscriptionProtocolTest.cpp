@@ -11,6 +11,7 @@
 
 #include <chrono>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Zovi::ServiceKit
@@ -174,16 +175,46 @@ TEST_F(SubscriptionProtocolTest, RefusesEventsThatNameNothing)
         {"/shop/nothing", "'shop' has no resource 'nothing'"},
         {"/nothing", "no service is called 'nothing'"},
         {"/shop/shelf/17", noAddress + "'/shop/shelf/17'"},
-        {"shop/shelf", noAddress + "'shop/shelf'"},
-        {"http://localhost/shop/shelf", noAddress + "'/shop/shelf'"},
+        {"/shop/shelf/17?$limit=1", noAddress + "'/shop/shelf/17?$limit=1'"},
         {"//localhost/shop/shelf", noAddress + "'//localhost/shop/shelf'"},
-        {"/shop/shelf#top", noAddress + "'/shop/shelf'"},
-        {"?$limit=1", noAddress + "''"},
         {"/cdn/window/index.html", noAddress + "'/cdn/window/index.html'"},
+        {"http://localhost/shop/shelf?level=1",
+         "an event has neither scheme nor host: 'http://localhost/shop/shelf?level=1'"},
+        {"shop:/shop/shelf", "an event has neither scheme nor host: 'shop:/shop/shelf'"},
+        {"/shop/shelf?$limit=0#x", "an event has no fragment: '/shop/shelf?$limit=0#x'"},
+        {"shop/shelf", "an event begins with a slash: 'shop/shelf'"},
+        {"?$limit=1", "an event begins with a slash: '?$limit=1'"},
+        {"", "an event begins with a slash: ''"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.event);
         EXPECT_THAT(receive(subscribe(row.event)), ElementsAre(error(404, row.event, row.message)));
+    }
+}
+
+TEST_F(SubscriptionProtocolTest, QuotesARefusedEventAsItCame)
+{
+    EXPECT_THAT(
+        receive(subscribe("/%73hop/shelf/a%20b")),
+        ElementsAre(error(404, "/shop/shelf/a%20b",
+                          "not an address of a service, resource or element: '/%73hop/shelf/a%20b'")));
+}
+
+TEST_F(SubscriptionProtocolTest, GivesBackTheEventWithItsQueryAsItCameAndItsPathPlain)
+{
+    const std::pair<std::string, std::string> rows[] = {
+        {SHELF + "?$fields=level", SHELF + "?$fields=level"},
+        {SHELF + "?%24fields=level", SHELF + "?%24fields=level"},
+        {SHELF + "?level=%61+b c", SHELF + "?level=%61+b c"},
+        {"/shop//shelf/", "/shop//shelf/"},
+        {"/shop/%73helf?level=%31", SHELF + "?level=%31"},
+        {SHELF + "?", SHELF},
+        {SHELF + "#", SHELF},
+    };
+    for (const auto& [sent, given] : rows) {
+        SCOPED_TRACE(sent);
+        receive(subscribe(sent));
+        EXPECT_THAT(evaluate(), ::testing::Contains(acknowledgement("subscribe", given)));
     }
 }
 
