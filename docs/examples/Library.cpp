@@ -1,6 +1,7 @@
 // The shelf of examples/minimal grown by three resources: authors, whom books refer to, wishes, which
 // clients write, and the climate, which changes by itself.
 
+#include <ServiceKit/Body.h>
 #include <ServiceKit/ElementReference.h>
 #include <ServiceKit/EndSignals.h>
 #include <ServiceKit/HttpServer.h>
@@ -180,11 +181,11 @@ private:
 
     static std::string titleIn(const Command::HttpRequest& request)
     {
-        const Poco::JSON::Object::Ptr body = request.asJson();
-        const std::string title = body ? body->optValue<std::string>("name", "") : "";
-        if (title.empty() || title.size() > 100)
-            throw RequestError(Command::HTTPStatus::HTTP_BAD_REQUEST,
-                               "a wish needs a 'name' of 100 bytes at most");
+        Body body(request);
+        const std::string title = body.text("name", 100);
+        body.refuseOthers();
+        if (title.empty())
+            throw RequestError(Command::HTTPStatus::HTTP_BAD_REQUEST, "'name' must not be empty");
         return title;
     }
 
