@@ -280,6 +280,8 @@ private:
 
 void serve(std::uint16_t port)
 {
+    const EndSignals signals; // before any thread begins
+
     const auto tree = std::make_shared<ServiceTree>(Poco::UUID("8d6a0aa4-1e5e-4a3c-9d2e-5d1b8c9f0a11"));
     const auto shelf = std::make_shared<Service>(tree->root().child("shelf"), "What there is to read.");
     // [add]
@@ -294,8 +296,6 @@ void serve(std::uint16_t port)
     shelf->add(std::make_shared<Climate>(shelf->reference()));
     // [/add-climate]
     tree->add(shelf);
-
-    const EndSignals signals;
 
     ServerOptions options;
     options.port = port;

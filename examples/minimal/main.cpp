@@ -51,12 +51,12 @@ public:
 
 void serve(std::uint16_t port)
 {
+    const EndSignals signals; // before any thread begins
+
     const auto tree = std::make_shared<ServiceTree>(Poco::UUID("8d6a0aa4-1e5e-4a3c-9d2e-5d1b8c9f0a11"));
     const auto shelf = std::make_shared<Service>(tree->root().child("shelf"), "What there is to read.");
     shelf->add(std::make_shared<Books>(shelf->reference()));
     tree->add(shelf);
-
-    const EndSignals signals;
 
     ServerOptions options;
     options.port = port;
