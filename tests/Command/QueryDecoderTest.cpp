@@ -61,6 +61,15 @@ TEST(QueryDecoder, DecodesAsPocoDoes)
         ASSERT_NO_FATAL_FAILURE(expectPocosOutcome(query));
 }
 
+TEST(QueryDecoder, TakesTheHexadecimalDigitsThatPocoTakes)
+{
+    for (int byte = 1; byte < 256; ++byte) {
+        const auto character = static_cast<char>(byte);
+        ASSERT_NO_FATAL_FAILURE(expectPocosOutcome(std::string("a=%4") + character));
+        ASSERT_NO_FATAL_FAILURE(expectPocosOutcome(std::string("a=%") + character + "4"));
+    }
+}
+
 TEST(QueryDecoder, DecodesRandomQueriesAsPocoDoes)
 {
     RandomSource random;
