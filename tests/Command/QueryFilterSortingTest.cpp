@@ -608,6 +608,18 @@ TEST(QueryFilterSorting, LosesNoObjectWhereTheOrderIsNotConsistent)
     }
 }
 
+TEST(QueryFilterSorting, OrdersManyValuesThatOnlyComparingThemCanOrder)
+{
+    const int count = 1'000;
+    Objects objects;
+    for (int i = 0; i < count; ++i)
+        objects.push_back(objectWith(json("[" + std::to_string(i * 7 % count) + "]")));
+    QueryFilterJSONSteps::sort(SortingParameter("key"), objects);
+    ASSERT_EQ(objects.size(), static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i)
+        EXPECT_EQ(objects[static_cast<std::size_t>(i)]->getArray("key")->getElement<int>(0), i);
+}
+
 TEST(QueryFilterSorting, StaysInsideTheListWhenOneArrayStandsAmongTexts)
 {
     Objects objects;
