@@ -443,6 +443,11 @@ TEST(AnyValueSearch, RefusesPatternsThatCallTheirGroupsManyTimes)
     EXPECT_TRUE(AnyValueSearch("(a|b)(?1){3}").match("abba"s));
     EXPECT_TRUE(AnyValueSearch(chain(7, "(?")).match("xxxxxxa"s));
     EXPECT_TRUE(AnyValueSearch(repeated("(?i)(?:a)(?=b)(?-i)b", 20) + "%").match(repeated("Ab", 20)));
+    std::string namedGroups;
+    for (int group = 0; group < 20; ++group)
+        namedGroups += "(?P<g" + std::to_string(group) + ">a)";
+    EXPECT_TRUE(AnyValueSearch(namedGroups).match(repeated("a", 20)));
+    EXPECT_TRUE(AnyValueSearch(repeated("(?:>)", 20)).match(repeated(">", 20)));
 }
 
 /// A list of wildcards needs no expression, but is refused where its expression would be too large.
