@@ -1,5 +1,6 @@
-// What the changes made by scripts/mutate call. One change at most is awake: that whose number stands in KYR_MUTANT.
-// With KYR_MUTANTS_REACHED, the numbers of all changes that were reached are appended to the file of that name.
+// What the changes made by scripts/mutate call. One change at most is awake: that whose number stands in
+// KYR_MUTANT. With KYR_MUTANTS_REACHED, the numbers of all changes that were reached are appended to the file
+// of that name.
 
 #pragma once
 

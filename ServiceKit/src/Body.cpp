@@ -93,13 +93,11 @@ bool Body::has(const std::string& name)
     return m_object->has(name);
 }
 
-const Var& Body::require(const std::string& name)
+Var Body::require(const std::string& name)
 {
     if (!has(name))
         refuse(inQuotes(name) + " is missing");
-    return std::find_if(m_object->begin(), m_object->end(),
-                        [&](const auto& member) { return member.first == name; })
-        ->second;
+    return m_object->get(name);
 }
 
 std::string Body::text(const std::string& name, std::size_t maxLength)
@@ -109,14 +107,15 @@ std::string Body::text(const std::string& name, std::size_t maxLength)
 
 std::vector<std::string> Body::texts(const std::string& name, std::size_t maxCount, std::size_t maxLength)
 {
-    const Poco::JSON::Array* const array = Util::JSONTools::extractJsonArray(require(name));
+    const Var value = require(name);
+    const Poco::JSON::Array* const array = Util::JSONTools::extractJsonArray(value);
     if (!array)
         refuse(inQuotes(name) + " must be an array of texts");
     if (array->size() > maxCount)
         refuse(inQuotes(name) + " must have " + std::to_string(maxCount) + " texts at most");
     std::vector<std::string> texts;
-    for (const Var& value : *array)
-        texts.push_back(readText(value, "each of " + inQuotes(name), maxLength));
+    for (const Var& element : *array)
+        texts.push_back(readText(element, "each of " + inQuotes(name), maxLength));
     return texts;
 }
 
@@ -131,7 +130,7 @@ std::int64_t Body::integer(const std::string& name, std::int64_t min, std::int64
 
 double Body::number(const std::string& name)
 {
-    const Var& value = require(name);
+    const Var value = require(name);
     if (!isNumber(value) || !std::isfinite(value.convert<double>()))
         refuse(inQuotes(name) + " must be a number");
     return value.convert<double>();
@@ -139,7 +138,7 @@ double Body::number(const std::string& name)
 
 bool Body::flag(const std::string& name)
 {
-    const Var& value = require(name);
+    const Var value = require(name);
     if (!value.isBoolean())
         refuse(inQuotes(name) + " must be true or false");
     return value.extract<bool>();
@@ -147,7 +146,7 @@ bool Body::flag(const std::string& name)
 
 Poco::UUID Body::reference(const std::string& name, const Resource& resource)
 {
-    const Var& value = require(name);
+    const Var value = require(name);
     const Poco::JSON::Object* const object = Util::JSONTools::extractJsonObject(value);
     const Var id = object ? object->get(Data::XObjectBase::KEY_ID) : value;
     const std::optional<Poco::UUID> parsed =

@@ -61,7 +61,7 @@ public:
     void refuseOthers() const;
 
 private:
-    const Poco::Dynamic::Var& require(const std::string& name);
+    Poco::Dynamic::Var require(const std::string& name);
 
     Poco::JSON::Object::Ptr m_object;
     std::vector<std::string> m_known; ///< names that were asked for, in that order
