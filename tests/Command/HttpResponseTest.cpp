@@ -926,6 +926,21 @@ TEST(HttpResponse, LetsAFailureToPrintThrowAndHasSentNothing)
     }
 }
 
+// The coder wrote into a buffer of the call, which is gone after it.
+TEST(HttpResponse, LeavesNothingOpenToTheCallerAfterAFailureToPrint)
+{
+    for (const char* coding : {"", "gzip", "deflate"}) {
+        for (const std::size_t length : {1U, 100000U}) {
+            SCOPED_TRACE(std::string(coding) + ' ' + std::to_string(length));
+            Exchange<> exchange(coding);
+            EXPECT_THROW(unprintableResponse(length).send(exchange.response, exchange.coder, false),
+                         Poco::BadCastException);
+            EXPECT_TRUE(exchange.coder.close());
+            EXPECT_FALSE(exchange.response.has("Content-Encoding"));
+        }
+    }
+}
+
 TEST(HttpResponse, CanBeFollowedByAnErrorAfterAFailureToPrint)
 {
     for (const char* coding : {"", "gzip", "deflate"}) {
