@@ -225,9 +225,10 @@ def check_service(client):
     client.ask("get", "/", 200)
     for template, query in (("/", "?$fields=uri"), ("/host", "?$fields=name"), ("/host/accessrights", "")):
         client.ask_current(template, template + query)
-    for template in ("/", "/host"):
+    for template in ("/", "/host", "/host/accessrights"):
         client.ask("get", template, 400, template + "?$limit=many")
     client.ask("get", "/host", 200, "/host?$expand=1")
+    client.ask("get", "/host/accessrights", 200, "/host/accessrights?$fields=/host")
     reserved = [template for template, _, _ in client.description.operations() if template.endswith(("/id", "/spec"))]
     for template in reserved:
         client.ask_current(template, template)
