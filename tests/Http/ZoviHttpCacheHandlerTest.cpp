@@ -354,7 +354,7 @@ TEST(ZoviHttpCacheHandler, TakesTheTextOfAnAnswer)
     EXPECT_EQ(first.eTag, ask(text).eTag);
     EXPECT_EQ(ask(answerWithText(text), first.eTag).result, UNCHANGED);
     EXPECT_EQ(ask(answerWithText(R"({"data":1,"timestamp":2})"), first.eTag).result, CHANGED)
-        << "a time stamp in a text counts";
+        << "a timestamp in a text counts";
     EXPECT_THAT(log.texts(), IsEmpty());
 }
 

@@ -65,7 +65,7 @@ struct ExchangeOptions {
 /// style, no foreign origin, no frame around it.
 ///
 /// What a GET or HEAD is answered by with status 200 has an "ETag": the same for the same data, whatever the
-/// time stamp of the document and the content coding are.
+/// timestamp of the document and the content coding are.
 ///
 /// A handler serves one exchange. When a body is left unread, the connection is closed behind the answer,
 /// since the rest of the body would be taken for the next request.

@@ -67,10 +67,9 @@ std::uint16_t toPort(const std::string& text);
 /// A WebSocket may be opened on any address. A client asks by a `WebSocketRequestObject`, whose event is an
 /// address with a query as in a URL, and is told by `WebSocketResponseObject`s:
 ///
-///     -> {"type":"subscribe","event":"/shop/basket?$limit=5","updatelimit":1000}
-///     <- {"event":"/shop/basket?$limit=5","status":"ok","type":"subscribe"}
-///     <-
-///     {"data":[...],"event":"/shop/basket?$limit=5","status":"ok","timestamp":1767225600000,"type":"data"}
+///     -> {"type":"subscribe","event":"/shop/basket","updatelimit":1000}
+///     <- {"event":"/shop/basket","status":"ok","type":"subscribe"}
+///     <- {"data":[...],"event":"/shop/basket","status":"ok","timestamp":1767225600000,"type":"data"}
 ///
 /// The data are those of an answer to the same address over HTTP. They come at once, and again when they have
 /// changed, never sooner than the update limit allows (milliseconds, 30 if not told); with an "interval", at
@@ -104,9 +103,8 @@ public:
     void start();
 
     /// Takes no more connections, tells the WebSockets that it goes (close code 1001), closes the idle
-    /// connections, waits for the exchanges under way and breaks off
-    /// those that take longer than `stopTimeout`. Returns when no thread of the server runs any more. Calling
-    /// it again does nothing.
+    /// connections, waits for the exchanges under way and breaks off those that take longer than
+    /// `stopTimeout`. Returns when no thread of the server runs any more. Calling it again does nothing.
     void stop();
 
     /// Where it listens, with the real port. Throws `Poco::InvalidAccessException` if it does not.
