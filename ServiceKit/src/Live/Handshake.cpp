@@ -122,6 +122,8 @@ void acceptHandshake(const HTTPServerRequest& request, Poco::Net::HTTPServerResp
 
 void tellHandshake(Poco::Net::HTTPServerResponse& response)
 {
+    // Beside what the header says of the connection's end.
+    response.add(HTTPRequest::CONNECTION, "Upgrade");
     response.set(HEADER_UPGRADE, PROTOCOL);
     response.set(HEADER_VERSION, VERSION);
 }

@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <memory>
+#include <sstream>
 #include <string>
 
 namespace Zovi::ServiceKit
@@ -15,6 +16,7 @@ namespace Zovi::ServiceKit
 
 using Test::ServerRequest;
 using Test::ServerResponse;
+using ::testing::HasSubstr;
 
 namespace
 {
@@ -163,10 +165,19 @@ TEST(Handshake, AnswersTheKey)
 
 TEST(Handshake, TellsWhichProtocolIsSpoken)
 {
-    ServerResponse response;
-    tellHandshake(response);
-    EXPECT_EQ(response.get("Upgrade"), "websocket");
-    EXPECT_EQ(response.get("Sec-WebSocket-Version"), "13");
+    for (const bool keepAlive : {false, true}) {
+        ServerResponse response;
+        response.setKeepAlive(keepAlive);
+        tellHandshake(response);
+        EXPECT_EQ(response.get("Upgrade"), "websocket");
+        EXPECT_EQ(response.get("Sec-WebSocket-Version"), "13");
+        std::ostringstream head;
+        response.write(head);
+        EXPECT_THAT(head.str(),
+                    HasSubstr(keepAlive ? "Connection: Keep-Alive\r\n" : "Connection: Close\r\n"));
+        EXPECT_THAT(head.str(), HasSubstr("Connection: Upgrade\r\n"));
+        EXPECT_EQ(response.getKeepAlive(), keepAlive);
+    }
 }
 
 } // namespace Zovi::ServiceKit
