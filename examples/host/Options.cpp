@@ -1,7 +1,8 @@
 #include "Options.h"
 
-#include "FileText.h"
 #include "ServiceKit/Text.h"
+
+#include <Poco/Exception.h>
 
 #include <cstdint>
 #include <optional>
@@ -16,10 +17,22 @@ constexpr std::uint16_t DEFAULT_PORT = 8080;
 
 std::uint16_t parsePort(const std::string& text)
 {
-    const std::optional<std::uint32_t> port = toNumber<std::uint32_t>(text);
-    if (!port || *port > UINT16_MAX)
-        throw OptionError("--port needs a number from 0 to 65535, not " + ServiceKit::inQuotes(text));
-    return static_cast<std::uint16_t>(*port);
+    try {
+        return ServiceKit::toPort(text);
+    } catch (const Poco::InvalidArgumentException& failure) {
+        throw OptionError("--port: " + failure.message());
+    }
+}
+
+/// Browsers name an origin by scheme and host alone: anything else would never be met.
+std::string parseOrigin(const std::string& text)
+{
+    const std::size_t scheme = text.find("://");
+    const bool isWeb = text.rfind("http://", 0) == 0 || text.rfind("https://", 0) == 0;
+    if (!isWeb || scheme + 3 == text.size() || text.find_first_of("/?# @", scheme + 3) != std::string::npos)
+        throw OptionError("--origin needs http or https and a host, like https://panel.example, not " +
+                          ServiceKit::inQuotes(text));
+    return text;
 }
 
 /// Walks the arguments.
@@ -79,6 +92,8 @@ Options parseOptions(const std::vector<std::string>& arguments)
             options.server.port = parsePort(reader.value());
         else if (*option == "--host-name")
             options.server.exchange.hostNames.push_back(reader.value());
+        else if (*option == "--origin")
+            options.server.exchange.origins.push_back(parseOrigin(reader.value()));
         else if (*option == "--database")
             options.database = reader.value();
         else if (*option == "--no-registry")
@@ -103,6 +118,8 @@ std::string helpText()
            "  --port NUMBER       listen on this TCP port (8080); 0 takes any free one\n"
            "  --host-name NAME    answer also requests for this host name, may be repeated;\n"
            "                      localhost, the machine's name and its addresses need not be told\n"
+           "  --origin ORIGIN     let pages of this origin write and follow, may be repeated; the service's\n"
+           "                      own page may, unless a proxy changes its scheme or name\n"
            "  --database FILE     keep the notes in this SQLite file; ':memory:' forgets them at the end\n"
            "  --no-registry       do not tell the service registry of this machine of the service\n"
            "  --help              show this text and end\n"
