@@ -1,5 +1,8 @@
 #include "FileText.h"
 
+#include "ServiceKit/RequestError.h"
+
+#include <cerrno>
 #include <charconv>
 #include <cstdint>
 #include <fstream>
@@ -15,9 +18,20 @@ const std::string_view BLANKS = " \t\r\n";
 
 } // namespace
 
+void requireRoom(int error)
+{
+    if (error == EMFILE || error == ENFILE || error == ENOMEM)
+        throw ServiceKit::RequestError(Command::HTTPStatus::HTTP_SERVICE_UNAVAILABLE,
+                                       "cannot look at the machine: " +
+                                           std::generic_category().message(error));
+}
+
 std::optional<std::string> readFile(const std::filesystem::path& path)
 {
+    errno = 0;
     std::ifstream file(path, std::ios::binary);
+    if (!file.is_open())
+        requireRoom(errno);
     std::string text;
     char buffer[8192];
     // A read of a process that has ended fails with an error, which the stream does not tell from the end of
@@ -46,6 +60,7 @@ std::vector<std::string> namesIn(const std::filesystem::path& folder)
         names.push_back(entry->path().filename().string());
         entry.increment(error);
     }
+    requireRoom(error.value());
     return names;
 }
 

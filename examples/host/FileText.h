@@ -9,14 +9,19 @@
 namespace Zovi::Host
 {
 
+/// Throws a `ServiceKit::RequestError` with status 503 if `error`, of a call to the system, says that this
+/// process or the machine has no descriptor or memory left: what could not be asked is not to be taken for
+/// absent.
+void requireRoom(int error);
+
 /// The content of a file of the kernel's, which may be gone at any moment. Nothing if it cannot be read
-/// whole.
+/// whole. Throws as `requireRoom` does.
 std::optional<std::string> readFile(const std::filesystem::path& path);
 
 /// The same without the white space at its end.
 std::optional<std::string> readLine(const std::filesystem::path& path);
 
-/// The names in a folder, in no order; none if it cannot be read.
+/// The names in a folder, in no order; none if it cannot be read. Throws as `requireRoom` does.
 std::vector<std::string> namesIn(const std::filesystem::path& folder);
 
 /// `text` as a decimal number, nothing if it is anything else.

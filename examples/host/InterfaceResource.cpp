@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <array>
 #include <bitset>
+#include <cerrno>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -91,8 +92,10 @@ AddressesByInterface readInterfaceAddresses()
 {
     AddressesByInterface addresses;
     ifaddrs* first = nullptr;
-    if (getifaddrs(&first) != 0)
+    if (getifaddrs(&first) != 0) {
+        requireRoom(errno);
         return addresses;
+    }
     const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> list(first, &freeifaddrs);
     for (const ifaddrs* entry = list.get(); entry; entry = entry->ifa_next) {
         const std::vector<unsigned char> address = bytesOf(entry->ifa_addr);

@@ -1,5 +1,6 @@
 #include "ProcessResource.h"
 
+#include "FileText.h"
 #include "ServiceKit/Text.h"
 #include "ServiceKit/Values.h"
 
@@ -35,7 +36,7 @@ std::string readUserName(std::uint32_t userId)
     std::vector<char> buffer(16 * 1024);
     passwd entry{};
     passwd* found = nullptr;
-    getpwuid_r(userId, &entry, buffer.data(), buffer.size(), &found);
+    requireRoom(getpwuid_r(userId, &entry, buffer.data(), buffer.size(), &found));
     return found ? ServiceKit::toValidUtf8(found->pw_name) : std::to_string(userId);
 }
 

@@ -1,18 +1,41 @@
 #include "FileText.h"
 
 #include "MadeUpMachine.h"
+#include "NoDescriptors.h"
+#include "ServiceKit/RequestError.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <cstdint>
+#include <functional>
+#include <string>
 
 namespace Zovi::Host
 {
 
+using ServiceKit::RequestError;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 using Zovi::Test::MadeUpMachine;
+using Zovi::Test::NoDescriptors;
+
+namespace
+{
+
+/// The status and the message by which `operation` is refused.
+std::string refusalOf(const std::function<void()>& operation)
+{
+    try {
+        operation();
+        return "not refused";
+    } catch (const RequestError& refusal) {
+        return std::to_string(refusal.status()) + " " + refusal.what();
+    }
+}
+
+} // namespace
 
 TEST(FileText, ReadsFilesWhole)
 {
@@ -41,6 +64,29 @@ TEST(FileText, ListsTheNamesInAFolder)
     EXPECT_THAT(namesIn(machine.root() / "folder"), UnorderedElementsAre("a", "b"));
     EXPECT_THAT(namesIn(machine.root() / "none"), IsEmpty());
     EXPECT_THAT(namesIn(machine.root() / "folder/a"), IsEmpty());
+}
+
+TEST(FileText, TakesNothingForAbsentWhenThereIsNoDescriptorLeft)
+{
+    const MadeUpMachine machine;
+    machine.write("folder/file", "text");
+    const std::string refusal = "503 cannot look at the machine: Too many open files";
+    const NoDescriptors none;
+    EXPECT_EQ(refusalOf([&] { readFile(machine.root() / "folder/file"); }), refusal);
+    EXPECT_EQ(refusalOf([&] { readLine(machine.root() / "none"); }), refusal);
+    EXPECT_EQ(refusalOf([&] { namesIn(machine.root() / "folder"); }), refusal);
+}
+
+TEST(FileText, RefusesForWantOfRoomAlone)
+{
+    for (const int error : {EMFILE, ENFILE, ENOMEM}) {
+        SCOPED_TRACE(error);
+        EXPECT_THROW(requireRoom(error), RequestError);
+    }
+    for (const int error : {0, ENOENT, ESRCH, EACCES, EIO}) {
+        SCOPED_TRACE(error);
+        EXPECT_NO_THROW(requireRoom(error));
+    }
 }
 
 TEST(FileText, TakesOnlyWholeNumbers)

@@ -3,6 +3,8 @@
 #include "Elements.h"
 #include "JsonMatchers.h"
 #include "MadeUpMachine.h"
+#include "NoDescriptors.h"
+#include "ServiceKit/RequestError.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -117,6 +119,12 @@ TEST(InterfaceResource, SpecifiesEveryAttributeItGives)
 TEST(InterfaceResource, AsksTheMachineForAddresses)
 {
     EXPECT_THAT(readInterfaceAddresses()["lo"], Contains("127.0.0.1/8"));
+}
+
+TEST(InterfaceResource, TakesNoAddressForAbsentWhenItCannotAsk)
+{
+    const Zovi::Test::NoDescriptors none;
+    EXPECT_THROW(readInterfaceAddresses(), ServiceKit::RequestError);
 }
 
 } // namespace Zovi::Host

@@ -3,6 +3,8 @@
 #include "Elements.h"
 #include "JsonMatchers.h"
 #include "MadeUpMachine.h"
+#include "NoDescriptors.h"
+#include "ServiceKit/RequestError.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -53,6 +55,17 @@ TEST(ProcessResource, DescribesAProcess)
                                      idOf(cat) + R"(",
         "parent":{"id":")" + idOf(init) +
                                      R"(","name":"init","uri":"/host/processes/)" + idOf(init) + R"("}})"));
+}
+
+TEST(ProcessResource, TakesNoProcessForEndedWhenItCannotLook)
+{
+    const MadeUpMachine machine;
+    machine.addProcess(1, 0, "init", STATUS);
+    const ProcessResource processes(HOST, IDENTITY, machine.root());
+    const Poco::UUID id(idOf(toJson(processes.elements())->getObject(0)));
+    const Zovi::Test::NoDescriptors none;
+    EXPECT_THROW(processes.elements(), ServiceKit::RequestError);
+    EXPECT_THROW(processes.element(id), ServiceKit::RequestError);
 }
 
 TEST(ProcessResource, FindsAProcessByItsId)
