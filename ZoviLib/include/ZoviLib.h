@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// All public headers of `libKYRZoviLib`, for who does not want to choose:
+/// All public headers of `libKYRZoviLib`, for a file that does not choose:
 ///
 ///     #include <ZoviLib.h>
 ///

@@ -24,10 +24,10 @@ struct ServerOptions {
     std::uint16_t port = 0;
 
     /// Connections that are served at once, and that wait for their turn; further ones are closed. When all
-    /// places are taken, who comes gets that of the client for which the server has waited longest: one that
-    /// stands idle, or sends its request or takes its answer bit by bit. That one's connection is closed.
-    /// Before its first request has come as a whole, a connection takes no place; 1024 may stand like that,
-    /// and the oldest is closed for a further one.
+    /// places are taken, whoever comes gets that of the client for which the server has waited longest: one
+    /// that stands idle, or sends its request or takes its answer bit by bit. That one's connection is
+    /// closed. Before its first request has come as a whole, a connection takes no place; 1024 may stand like
+    /// that, and the oldest is closed for a further one.
     int maxConnections = 64;
     int maxQueuedConnections = 64;
 

@@ -89,7 +89,7 @@ class Resource
 {
 public:
     /// `reference` is as a rule the `child` of the service's. `attributes` are those that an element has
-    /// beside the three of a reference; who overrides `specification` needs none.
+    /// beside the three of a reference; whoever overrides `specification` needs none.
     Resource(const Reference& reference, const std::string& description,
              const std::vector<AttributeSpecification>& attributes = {});
 
@@ -120,8 +120,8 @@ public:
     virtual Data::ElementCollection elements() const = 0;
 
     /// The element whose "id" is `id`, a null pointer if there is none. Looked for among all of them if not
-    /// overridden, and so not to be called under a lock that `elements` takes; who finds one faster overrides
-    /// it.
+    /// overridden, and so not to be called under a lock that `elements` takes; whoever finds one faster
+    /// overrides it.
     virtual Data::ElementBase::Ptr element(const Poco::UUID& id) const;
 
     /// What may be done to the collection and to an element. GET and HEAD if not overridden.
@@ -133,8 +133,8 @@ public:
     /// `RequestError` with status 501.
     virtual Command::HttpResponse write(const Command::HttpRequest& request);
 
-    /// Whether `notifyChanged` is called after every change. Who follows such a resource hears of a change at
-    /// once; all others are asked again and again. False if not overridden.
+    /// Whether `notifyChanged` is called after every change. Whoever follows such a resource hears of a
+    /// change at once; all others are asked again and again. False if not overridden.
     virtual bool tellsOfChanges() const;
 
     /// From now on `listener` is told of changes, until nobody else holds it any more.

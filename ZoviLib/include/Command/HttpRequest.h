@@ -20,8 +20,8 @@ namespace Zovi::Command
 /// A request that came over HTTP: address, criteria, method and body.
 ///
 /// A short-lived wrapper for one exchange: the server request that it is made from must outlive it. The body
-/// is read inside the constructor, which blocks until it has arrived. No limit on its size applies here; who
-/// serves strangers bounds it beforehand, by the declared length and by the limit of the decoder.
+/// is read inside the constructor, which blocks until it has arrived. No limit on its size applies here;
+/// whoever serves strangers bounds it beforehand, by the declared length and by the limit of the decoder.
 class KYRZOVI_API HttpRequest : public RequestBase
 {
 public:

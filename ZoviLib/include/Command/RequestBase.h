@@ -26,7 +26,7 @@ using AttributeValueSearchCollection = std::vector<Poco::SharedPtr<AttributeValu
 ///
 /// The constructors walk the query once. A parameter that is refused condemns the request: the address
 /// becomes `INVALID`, and the parameters before and after it still turn into criteria. There is no other
-/// record of it, and nothing in this library asks for it: who receives a request tests
+/// record of it, and nothing in this library asks for it: whoever receives a request tests
 /// `getUrlPath().isValid()` and answers with an error when it is false. A query on a reserved address, the
 /// id or the specification of something, condemns the request too and builds no criteria.
 ///

@@ -66,8 +66,8 @@ public:
     /// something there that is no text.
     StatusCode getStatus() const;
 
-    /// Shares the JSON object itself, never null: who writes through it changes this document. It may outlive
-    /// the view.
+    /// Shares the JSON object itself, never null: whoever writes through it changes this document. It may
+    /// outlive the view.
     Poco::JSON::Object::Ptr getObject() const { return JSONObject; }
 
 protected:

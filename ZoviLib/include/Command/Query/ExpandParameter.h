@@ -28,10 +28,10 @@ public:
     /// What `obj` renders itself to at this expansion.
     virtual Poco::JSON::Object::Ptr apply(const Zovi::Data::XObjectBase& obj) const = 0;
 
-    /// Trims a full document to this expansion, in place: who shares an object or an array nested in `obj`
-    /// sees the change. What is held by value, and arrays whose first element is no object, are left alone.
-    /// Throws `Poco::BadCastException` if an array of objects holds something else behind its first element,
-    /// `Poco::InvalidAccessException` if that is a null; what was trimmed before stays trimmed.
+    /// Trims a full document to this expansion, in place: whoever shares an object or an array nested in
+    /// `obj` sees the change. What is held by value, and arrays whose first element is no object, are left
+    /// alone. Throws `Poco::BadCastException` if an array of objects holds something else behind its first
+    /// element, `Poco::InvalidAccessException` if that is a null; what was trimmed before stays trimmed.
     virtual void apply(Poco::JSON::Object& obj) const = 0;
 
 protected:

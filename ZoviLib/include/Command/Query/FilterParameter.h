@@ -62,7 +62,7 @@ private:
 /// from the front by its length, so that ",,a" reads "a" twice and is valid. "id", "name" and "uri" are
 /// always selected and never cut. The first mention of a name counts.
 ///
-/// Read-only after construction; whether it is valid is asked by who applies it. See
+/// Read-only after construction; whether it is valid is asked by whoever applies it. See
 /// `RequestBase::hasFieldsCriteria`.
 class KYRZOVI_API FilterParameter : public RenderCriterion
 {
@@ -74,8 +74,8 @@ public:
     /// The fields in the order of the request, without those that are always selected.
     const std::vector<FilterField>& getFields() const { return m_filterFields; }
 
-    /// Removes from `inout_object` what is not selected. An array with a slice is cut in place, so that who
-    /// shares the array sees the cut; one that is held by value stays whole.
+    /// Removes from `inout_object` what is not selected. An array with a slice is cut in place, so that
+    /// whoever shares the array sees the cut; one that is held by value stays whole.
     void applyFilter(Poco::JSON::Object& inout_object) const;
 
     /// Makes `out_result` the selection of `srcObject`, another object, which stays as it is. An array with a

@@ -65,7 +65,7 @@ public:
     /// makes a slice without elements here, not a question for the total.
     Paging(int offset, int limit);
 
-    /// The slice of who asked for none: the first `PAGING_LIMIT_DEFAULT` elements.
+    /// The slice of a request that asks for none: the first `PAGING_LIMIT_DEFAULT` elements.
     static Paging createDefaultPaging();
 
     /// The anchor's UUID as the client spelled it, empty if the anchor is an index.

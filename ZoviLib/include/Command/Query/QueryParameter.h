@@ -15,7 +15,7 @@ class KYRZOVI_API QueryParameter
 public:
     virtual ~QueryParameter();
 
-    /// False if the text of the criterion did not parse. Who uses a criterion asks this first.
+    /// False if the text of the criterion did not parse. Whoever uses a criterion asks this first.
     bool isValid() const { return m_valid; }
 
 protected:

@@ -47,7 +47,7 @@ public:
     /// The keys in the order of the request; the first is the primary one.
     const std::vector<OrderedField>& getFields() const { return orderedFields; }
 
-    /// The order of who asked for none: by "id", ascending.
+    /// The order of a request that asks for none: by "id", ascending.
     static SortingParameter defaultOrder();
 
 private:
