@@ -6,6 +6,7 @@ Usage: check-pages.py --programs FOLDER [--emulator PROGRAM] [--update] PAGE...
 A page says in comments what the block below each of them must be:
 
     <!-- snippet: examples/Model.cpp create -->   the lines between "// [create]" and "// [/create]",
+                                                  or "# [create]" and so on in a file of CMake's,
                                                   or all of the file if the name is "all"
     <!-- output: Model create -->                 what the program Model writes behind the line "[create]",
                                                   up to the next such line
@@ -28,14 +29,21 @@ import textwrap
 MARKER = re.compile(r"<!-- (snippet|output|values): (\S+) (\S+) -->")
 ANSWERED = re.compile(r"<!-- answered by: (\S+) -->")
 SECTION = re.compile(r"\[([\w-]+)\]")
+REGION = re.compile(r"\s*(?://|#) \[(/?[\w-]+)\]\s*")
 
 
 class Problem(Exception):
     """Something that a page refers to is not there."""
 
 
+def marked(line):
+    """The name in a comment that marks where a region begins or, with a slash, ends."""
+    found = REGION.fullmatch(line)
+    return found and found.group(1)
+
+
 def without_markers(lines):
-    return [line for line in lines if not re.fullmatch(r"\s*// \[/?[\w-]+\]", line)]
+    return [line for line in lines if not marked(line)]
 
 
 def snippet(path, name):
@@ -43,10 +51,10 @@ def snippet(path, name):
     lines = path.read_text().splitlines()
     if name == "all":
         return without_markers(lines)
-    stripped = [line.strip() for line in lines]
+    marks = [marked(line) for line in lines]
     try:
-        begin = stripped.index(f"// [{name}]")
-        end = stripped.index(f"// [/{name}]", begin)
+        begin = marks.index(name)
+        end = marks.index(f"/{name}", begin)
     except ValueError:
         raise Problem(f"{path} has no region {name}") from None
     inner = without_markers(lines[begin + 1 : end])
