@@ -7,6 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <fstream>
+#include <iterator>
+#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -113,6 +116,35 @@ std::string leavesTheRegistryWhenItEnds()
     return faults + compare("exit code", std::to_string(registry.wait()), "0");
 }
 
+std::string maskTime(const std::string& text)
+{
+    static const std::regex timestamp("\"timestamp\":[0-9]+");
+    return std::regex_replace(text, timestamp, "\"timestamp\":0");
+}
+
+/// What the page on the host service shows of the registry.
+std::string sessionOfThePage()
+{
+    std::ifstream file(KYR_HOST_PAGE);
+    const std::string page(std::istreambuf_iterator<char>(file), {});
+    const std::size_t begin = page.find("# build/release/examples/registry/kyr-registry");
+    return begin == std::string::npos ? "nothing" : page.substr(begin, page.find("```", begin) - begin);
+}
+
+std::string goesAsThePageShows()
+{
+    Program registry(KYR_REGISTRY_PROGRAM);
+    std::string session = "# build/release/examples/registry/kyr-registry\n";
+    session += registry.readLine() + "\n";
+    session += registry.readLine() + "\n";
+    const std::string request = "/registry/services";
+    HostProgram host({"--database", ":memory:"}, {});
+    host.waitForAddress();
+    session += registry.readLine() + "\n\n$ curl -s 'http://127.0.0.1:8079" + request + "'\n";
+    session += get(SocketAddress("127.0.0.1:8079"), request) + "\n";
+    return compare("the session", maskTime(session), maskTime(sessionOfThePage()));
+}
+
 std::string endsWithoutARegistry()
 {
     HostProgram host({"--port", "0", "--database", ":memory:"}, {});
@@ -147,6 +179,11 @@ TEST(Registry, IsFoundByAServiceWhenItComesAndComesBack)
 TEST(Registry, IsLeftByAServiceThatEnds)
 {
     EXPECT_NO_FAULTS(leavesTheRegistryWhenItEnds);
+}
+
+TEST(Registry, GoesAsThePageOnTheHostServiceShows)
+{
+    EXPECT_NO_FAULTS(goesAsThePageShows);
 }
 
 TEST(Registry, IsNotNeeded)
