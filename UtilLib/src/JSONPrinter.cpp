@@ -271,6 +271,7 @@ private:
     void printByPoco(const Var& value)
     {
         std::ostringstream text;
+        text.exceptions(std::ios::badbit); // or it cuts the text where memory runs out
         const int unicode = m_escapesUnicode ? Poco::JSON_ESCAPE_UNICODE : 0;
         Poco::JSON::Stringifier::stringify(value, text, 0, -1, Poco::JSON_WRAP_STRINGS | unicode);
         m_out.put(text.str());
@@ -298,6 +299,7 @@ template <typename Json>
 std::string textOf(const Json& json)
 {
     AccessibleStringStream text;
+    text.exceptions(std::ios::badbit);
     printTo(text, json);
     return std::string(text.getBuffer(), text.size());
 }

@@ -1,5 +1,6 @@
 #include "FailingAllocations.h"
 
+#include "AccessibleStringStream.h"
 #include "Command/HttpRequest.h"
 #include "Command/HttpResponse.h"
 #include "Command/Query/ExpandParameter.h"
@@ -8,36 +9,49 @@
 #include "Command/Query/SortingParameter.h"
 #include "Command/Query/ValueSearch.h"
 #include "Command/QueryFilterJSON.h"
+#include "Command/SortingFilter.h"
 #include "Command/WebSocketResponseObject.h"
 #include "Data/AttributeContainer.h"
 #include "Data/AttributeValueArray.h"
 #include "Data/ElementBase.h"
+#include "Data/ResourceBase.h"
+#include "Data/ZoviDataUtil.h"
 #include "HTTPCacheHandler.h"
 #include "HTTPEncoderDecoder.h"
+#include "Http/ZoviHttpCacheHandler.h"
+#include "JSONPrinter.h"
 #include "JSONTools.h"
 #include "JsonMatchers.h"
-#include "Logging/Log.h"
+#include "LogCapture.h"
+#include "Logging/LogStream.h"
 #include "MicroServiceInfo.h"
 #include "ServerMessages.h"
+#include "ServiceRegistryConnection.h"
 
 #include <Poco/StreamCopier.h>
 
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <memory>
-#include <string>
 
-// Every allocation of an operation is made to fail in turn. Whatever it is, the operation ends in an
-// exception or in the result that it promises for a failure, nothing leaks, and what it was given is as it
-// was.
+#include <memory>
+#include <new>
+#include <optional>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+// Every allocation of an operation is made to fail in turn. Whatever it is, the operation ends in
+// std::bad_alloc, in the result that it promises for a failure, or as if nothing had failed, but never in a
+// part of its result; nothing leaks, and what it was given is as it was.
 
 using Poco::JSON::Array;
 using Poco::JSON::Object;
 using namespace Zovi::Command;
 using namespace Zovi::Data;
 using Zovi::MicroServiceInfo;
-using Zovi::Test::compact;
+using Zovi::Test::LogCapture;
 using Zovi::Test::parseJson;
 using Zovi::Test::ServerRequest;
 using Zovi::Test::ServerResponse;
@@ -46,33 +60,85 @@ namespace FailingAllocations = Zovi::Test::FailingAllocations;
 namespace
 {
 
-using Operation = std::function<void()>;
+/// Gives what came of it as a text.
+using Operation = std::function<std::string()>;
 
-/// What is thrown for want of memory: by the language, or by Poco on top of it.
-void runAndSwallow(const Operation& operation)
+/// What an operation gives in place of its result when it is to throw nothing.
+using Promised = std::set<std::string>;
+
+/// False if an exception has ended `operation` for want of memory.
+bool isFulfilled(const Operation& operation, std::string& result)
 {
     try {
-        operation();
-    } catch (const std::exception&) {
+        result = operation();
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
     }
 }
 
-/// Runs `operation` with its first, second, ... allocation failing, until it needs no more; `check` is asked
-/// after each run.
-void failEachAllocation(
-    const Operation& operation, const Operation& check = [] {})
+/// As it is written, or not at all.
+template <typename Json>
+std::string compact(const Json& json)
 {
-    operation();
-    const long before = FailingAllocations::liveBlocks();
+    return Zovi::Util::JSONPrinter::toString(json);
+}
+
+/// Runs `operation` with its first, second, ... allocation failing, until it needs no more. It ends in the
+/// exception that says so, or as if nothing had failed, or in one of `promised`; `check` is asked after each
+/// run.
+void failEachAllocation(
+    const Operation& operation, const std::function<void()>& check = [] {}, const Promised& promised = {})
+{
+    const std::string expected = operation();
     bool hasFailed = true;
     for (long number = 1; hasFailed; ++number) {
+        SCOPED_TRACE("allocation " + std::to_string(number));
+        std::string result;
+        result.reserve(expected.size());
+        const long before = FailingAllocations::liveBlocks();
         FailingAllocations::arm(number);
-        runAndSwallow(operation);
+        const bool hasResult = isFulfilled(operation, result);
         hasFailed = FailingAllocations::disarm();
-        ASSERT_EQ(FailingAllocations::liveBlocks(), before) << "blocks leaked, allocation " << number;
+        const long after = FailingAllocations::liveBlocks();
+        ASSERT_EQ(after, before) << "blocks leaked";
+        if (hasResult && promised.count(result) == 0) {
+            ASSERT_EQ(result, expected);
+        }
         check();
     }
 }
+
+using Text = AttributeValueStringable<std::string>;
+
+/// For a `SortingFilter`.
+struct ByText {
+    Zovi::Util::CompareResult operator()(const std::string& a, const std::string& b, const std::string&) const
+    {
+        return Zovi::Util::CompareHelper::compare(a, b);
+    }
+};
+
+/// A resource with one element, which has its name.
+class Shelf : public GenericObject<ResourceBase>
+{
+public:
+    explicit Shelf(const ElementGeneric& element)
+        : GenericObject(5)
+        , m_element(new ElementGeneric(element))
+    {
+    }
+
+    std::string getDescription() const override { return "a shelf with a description of some length"; }
+    const std::string& getSpecification() const override { return m_specification; }
+    bool hasElement(XObjectId) const override { return true; }
+    ElementBase::Ptr getElement(XObjectId) const override { return m_element; }
+    ElementCollection getElements() const override { return {m_element, m_element}; }
+
+private:
+    std::string m_specification;
+    ElementBase::Ptr m_element;
+};
 
 const char* const COLLECTION = R"([
     {"id":"1","name":"one","uri":"/s/r/1","size":3,"tags":["a","b","c"],"owner":{"id":"7","name":"seven"}},
@@ -88,8 +154,12 @@ TEST(AllocationFailure, OfReadingAnAddressAndItsQuery)
 {
     failEachAllocation([] {
         const RequestBase request{Poco::URI(QUERY)};
-        const RequestBase copy(request);
-        EXPECT_TRUE(copy.getUrlPath().isValid());
+        RequestBase copy(request);
+        copy = request;
+        UrlPath path = copy.getUrlPath();
+        path = UrlPath(QUERY);
+        return path.getUri().toString() + " " + path.getService() + " " + std::to_string(path.isValid()) +
+               " " + std::to_string(copy.getExpansionLevel());
     });
 }
 
@@ -105,9 +175,23 @@ TEST(AllocationFailure, OfEachCriterion)
         const LevelExpansion level("2");
         const PropertyExpansion properties("owner,tags");
         const AnyValueSearch search("a%,(b|c)+");
-        search.match(std::string("bcb"));
         const AttributeValueSearch attribute("name", "1,2,three");
-        attribute.match(Poco::Dynamic::Var(2));
+        return compact(array) + " " + std::to_string(sorting.getFields().size()) + " " +
+               std::to_string(fields.getFields().size()) + " " + std::to_string(level.getLevel()) + " " +
+               std::to_string(properties.isValid()) + " " + std::to_string(search.match(std::string("bcb"))) +
+               " " + std::to_string(attribute.match(Poco::Dynamic::Var(2)));
+    });
+}
+
+TEST(AllocationFailure, OfSortingAContainerOfOnesOwn)
+{
+    using Filter = SortingFilter<std::vector<std::string>, ByText, std::string>;
+    const std::vector<std::string> names{"a name longer than a string holds", "another", "the third of them"};
+    failEachAllocation([&names] {
+        std::string text;
+        for (const std::string& name : Filter(SortingParameter("-text"))(names))
+            text += name + ",";
+        return text;
     });
 }
 
@@ -121,6 +205,7 @@ TEST(AllocationFailure, OfQueryingACollectionLeavesTheInputAsItWas)
             Array output;
             Object::Ptr paging;
             QueryFilterJSON::filterJSONArrayByQuery(*input, request, output, paging);
+            return compact(output) + compact(*paging);
         },
         [&] { ASSERT_EQ(compact(*input), text); });
 }
@@ -134,6 +219,7 @@ TEST(AllocationFailure, OfQueryingAnObjectLeavesTheInputAsItWas)
         [&] {
             Object output;
             QueryFilterJSON::filterJSONObjectByQuery(*input, request, output);
+            return compact(output) + compact(*Zovi::copyObject(*input));
         },
         [&] { ASSERT_EQ(compact(*input), text); });
 }
@@ -149,7 +235,10 @@ TEST(AllocationFailure, OfAnHttpExchange)
         const HttpRequest read(request, coder);
         HttpResponse answer(HTTPStatus::HTTP_OK);
         answer.setDataFromArray(elements, Object::Ptr());
+        answer.getJson()->set("timestamp", 0);
         answer.send(request.response(), coder, false);
+        // The stream that stands for the connection keeps its failure to itself.
+        return request.response().send() ? request.response().body() : throw std::bad_alloc();
     });
 }
 
@@ -164,29 +253,87 @@ TEST(AllocationFailure, OfContentCodingAndCacheValidation)
         std::string text;
         try {
             Poco::StreamCopier::copyToString(coder.getInputStream(request.stream()), text);
-        } catch (const Poco::Exception&) {
+        } catch (const Poco::Exception& failure) {
+            text = failure.message();
         }
-        Zovi::Net::HTTPCacheHandler().handleRequest(request, response, std::string("content"));
+        const auto result =
+            Zovi::Net::HTTPCacheHandler().handleRequest(request, response, std::string("content"));
+        return text + " " + std::to_string(result) + " " + response.get("ETag");
     });
+}
+
+TEST(AllocationFailure, OfCacheValidationOfAnAnswer)
+{
+    const Array::Ptr elements = parseJson(COLLECTION).extract<Array::Ptr>();
+    const std::string text = compact(*elements);
+    failEachAllocation(
+        [&elements] {
+            HttpResponse answer(HTTPStatus::HTTP_OK);
+            answer.setDataFromArray(elements, Object::Ptr());
+            ServerRequest request;
+            request.set("If-None-Match", "\"01234567\"");
+            ServerResponse response;
+            const auto result = Zovi::Net::ZoviHttpCacheHandler().handleRequest(request, response, answer);
+            return std::to_string(result) + " " + response.get("ETag");
+        },
+        [&] { ASSERT_EQ(compact(*elements), text); });
 }
 
 TEST(AllocationFailure, OfWebSocketMessages)
 {
     const Object::Ptr content = parseJson(R"({"a":1})").extract<Object::Ptr>();
-    failEachAllocation([&content] {
-        const WebSocketRequestObject request(
-            R"({"type":"subscribe","event":"/s/r?$sortby=name","interval":100,"updatelimit":5})");
-        WebSocketResponseObject response(request);
-        const ResponseObject state(content);
-        response.setData(&state);
-        response.toJsonString();
-        WebSocketResponseObject(request, 404, "gone").toJsonString();
+    failEachAllocation(
+        [&content]() -> std::string {
+            const WebSocketRequestObject request(
+                R"({"type":"subscribe","event":"/s/r?$sortby=name","interval":100,"updatelimit":5})");
+            if (!request.isValid())
+                return "invalid"; // as any message that cannot be read
+            WebSocketResponseObject response(request);
+            const ResponseObject state(content);
+            response.setData(&state);
+            response.getObject()->set("timestamp", 0);
+            return response.toJsonString() + WebSocketResponseObject(request, 404, "gone").toJsonString();
+        },
+        [] {}, {"invalid"});
+}
+
+TEST(AllocationFailure, OfStatusDocuments)
+{
+    failEachAllocation([] {
+        ResponseObject document;
+        document.setErrorStatus(404, "a message that is longer than what a string holds itself");
+        document.getObject()->set("timestamp", 0);
+        ResponseObject copy;
+        copy.copyObject(document.getObject().get());
+        copy.getObject()->set("timestamp", 0);
+        std::ostringstream text;
+        text.exceptions(std::ios::badbit);
+        text << copy << &document;
+        return text.str() + Zovi::getDefaultMessage(HTTPStatus::HTTP_NOT_FOUND);
     });
+}
+
+TEST(AllocationFailure, OfCopyingIntoAStatusDocumentLeavesItAsItWas)
+{
+    const Object::Ptr source =
+        parseJson(R"({"a":"a text that is longer than a string holds itself","b":2})").extract<Object::Ptr>();
+    Object::Ptr content = parseJson(R"({"c":3,"d":{"e":4}})").extract<Object::Ptr>();
+    ResponseObject document(content);
+    const std::string before = compact(*content);
+    failEachAllocation(
+        [&] {
+            document.copyObject(source.get());
+            return compact(*document.getObject());
+        },
+        [&] {
+            const std::string after = compact(*content);
+            ASSERT_TRUE(after == before || after == compact(*source)) << after;
+            *content = Object(*parseJson(before).extract<Object::Ptr>());
+        });
 }
 
 TEST(AllocationFailure, OfAttributesAndElements)
 {
-    using Text = AttributeValueStringable<std::string>;
     failEachAllocation([] {
         AttributeContainer attributes(7);
         attributes.setValue("name", Text("a text that is longer than what fits into a string itself"));
@@ -194,14 +341,12 @@ TEST(AllocationFailure, OfAttributesAndElements)
         attributes.setValue("tags", AttributeValueStringArray{Text("a"), Text("b")});
         attributes.setValue("name", Text("another text that is longer than what fits into a string"));
         const AttributeContainer copy = AttributeContainer::deepCopy(attributes);
-        copy.toJSON(1);
-        copy.toJSON({"name", "tags"});
+        return compact(*copy.toJSON(1)) + compact(*copy.toJSON({"name", "tags"}));
     });
 }
 
 TEST(AllocationFailure, OfSettingAnAttributeLeavesTheContainerAsItWas)
 {
-    using Text = AttributeValueStringable<std::string>;
     AttributeContainer attributes(7);
     attributes.setValue("name", Text("as it was"));
     const std::string text = compact(*attributes.toJSON(0));
@@ -210,8 +355,59 @@ TEST(AllocationFailure, OfSettingAnAttributeLeavesTheContainerAsItWas)
             AttributeContainer copy = AttributeContainer::deepCopy(attributes);
             copy.setValue("name", Text("a text that is longer than what fits into a string itself"));
             copy.setValue("other", AttributeValueInteger(3));
+            return compact(*copy.toJSON(0));
         },
         [&] { ASSERT_EQ(compact(*attributes.toJSON(0)), text); });
+}
+
+TEST(AllocationFailure, OfSettingAnAttributeThatIsSharedLeavesItOrSetsIt)
+{
+    AttributeContainer attributes(7);
+    const std::string longText = "a text that is longer than what fits into a string itself";
+    const std::string newText = "another text, and one that is longer than the first of them was";
+    failEachAllocation(
+        [&] {
+            attributes.setValue("name", Text(newText));
+            return compact(*attributes.toJSON(0));
+        },
+        [&] {
+            const std::string now = attributes.getValue<Text>("name").get();
+            ASSERT_TRUE(now == longText || now == newText) << now;
+            attributes.setValue("name", Text(longText));
+        });
+}
+
+TEST(AllocationFailure, OfObjectsOfTheTree)
+{
+    const std::string uuid = "5a5a5a5a-0000-4000-8000-000000000001";
+    const LogCapture silence(0); // numbers are used twice
+    failEachAllocation([&uuid] {
+        ElementGeneric parent(Poco::URI("/host/processes/" + uuid), "a parent with a name of some length", 3);
+        ElementGeneric element("host", "processes", "init", uuid, 4);
+        element.setValue<Attribute<AttributeValueInteger>>("pid", 1);
+        element.setValue<Attribute<Text>>("text", Text("a text that is longer than a string holds itself"));
+        element = parent.copy();
+        ElementGeneric copy(element);
+        const Shelf shelf(copy);
+        ElementCollection elements = shelf.getElements();
+        std::string text = compact(*shelf.toJSON(1));
+        for (const ElementBase::Ptr& one : elements)
+            text += compact(*one->toJSON(0));
+        return text;
+    });
+}
+
+TEST(AllocationFailure, OfValuesOfEveryKind)
+{
+    failEachAllocation([] {
+        Array array;
+        array.add(Zovi::Data::Util::toJson(std::string("a text that is longer than a string holds"), 0));
+        array.add(Zovi::Data::Util::toJson(Poco::UUID::dns(), 0));
+        array.add(Zovi::Data::Util::toJson(Poco::URI("http://localhost/a/path?that=is#long"), 0));
+        array.add(Zovi::Data::Util::toJson(std::vector<std::string>{"one", "two"}, 0));
+        array.add(Zovi::Data::Util::toJson(1.5, 0));
+        return compact(array);
+    });
 }
 
 TEST(AllocationFailure, OfTheDescriptionOfAService)
@@ -219,23 +415,57 @@ TEST(AllocationFailure, OfTheDescriptionOfAService)
     const Object::Ptr document = parseJson(R"({"name":"n","description":"d","port":80,"privileges":["a"],
         "id":"11111111-2222-3333-4444-555555555555","uri":"/n","serviceCategories":["b"],"versions":["v1"]})")
                                      .extract<Object::Ptr>();
-    Logging::Log::Logger().setLevel(0);
-    failEachAllocation([&] {
-        const std::unique_ptr<MicroServiceInfo> service(MicroServiceInfo::FromJson(document));
-        if (!service)
-            return; // for want of memory, which is in the log
-        // Not copied: the register of numbers keeps an entry for each copy of an object without a number.
-        service->toJSON(0);
-        service->getSpecification();
-    });
+    const LogCapture silence(0);
+    failEachAllocation(
+        [&]() -> std::string {
+            const std::unique_ptr<MicroServiceInfo> service(MicroServiceInfo::FromJson(document));
+            if (!service)
+                return "none"; // for want of memory, which is in the log
+            // Not copied: the register of numbers keeps an entry for each copy of an object without a number.
+            return compact(*service->toJSON(0)) + service->getSpecification();
+        },
+        [] {}, {"none"});
 }
 
 TEST(AllocationFailure, OfParsingADocument)
 {
     const std::string text =
         R"({"a":[1,2,{"b":"c"}],"d":"a text that is longer than a string holds itself"})";
-    failEachAllocation([&] {
-        Object::Ptr object;
-        Zovi::Util::JSONTools::parseJSONString(text, object);
+    failEachAllocation(
+        [&] {
+            Object::Ptr object;
+            return Zovi::Util::JSONTools::parseJSONString(text, object) ? compact(*object) : "none";
+        },
+        [] {}, {"none"});
+}
+
+TEST(AllocationFailure, OfPrintingADocument)
+{
+    const Array::Ptr array = parseJson(COLLECTION).extract<Array::Ptr>();
+    failEachAllocation([&array] {
+        Zovi::Util::AccessibleStringStream stream;
+        stream.exceptions(std::ios::badbit);
+        Zovi::Util::JSONPrinter::print(*array, stream);
+        return std::string(stream.getBuffer(), stream.size()) + Zovi::Util::JSONPrinter::toString(*array);
+    });
+}
+
+TEST(AllocationFailure, OfARecordOfTheLog)
+{
+    failEachAllocation([] {
+        const LogCapture log;
+        // It may come in part, or not at all.
+        ZOVI_LOG_ERROR("a record that is longer than what a string holds itself");
+        return std::string();
+    });
+}
+
+TEST(AllocationFailure, OfConnectingToTheRegistry)
+{
+    failEachAllocation([] {
+        const LogCapture log;
+        // There may be one, or none.
+        Zovi::ServiceRegistryConnection::connect();
+        return std::string();
     });
 }

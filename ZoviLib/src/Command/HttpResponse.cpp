@@ -9,6 +9,7 @@
 #include <Poco/Net/NameValueCollection.h>
 #include <Poco/String.h>
 
+#include <new>
 #include <ostream>
 #include <string_view>
 
@@ -70,11 +71,14 @@ void encodeBody(std::ostream& target, Poco::Net::HTTPServerResponse& response,
     std::ostream& out = coder.getOutputStream(target);
     try {
         writeBody(out, json, text);
+        // Streams keep to themselves that they have run out of memory; half a body would pass for a whole
+        // one.
+        if (!coder.close())
+            throw std::bad_alloc();
     } catch (...) {
         closeAfterFailure(response, coder, isCodedByService);
         throw;
     }
-    coder.close();
 }
 
 void logHeaders(const Poco::Net::HTTPServerResponse& response)

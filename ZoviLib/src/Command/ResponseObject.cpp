@@ -221,11 +221,16 @@ void ResponseObject::copy(const ResponseObject& other)
 
 void ResponseObject::copy(const Object* object)
 {
-    // The source may be a value inside this document, so that the content must live until it has been read.
-    const Object previous(std::move(*JSONObject));
-    JSONObject->clear();
-    for (const auto& [key, value] : *object)
-        JSONObject->set(key, value);
+    // Made beside the document, which is as it was if memory runs out; the source may be a value inside it.
+    // Only assigning moves the content without an allocation: the constructor ends the program when it fails.
+    Object content(*JSONObject);
+    content.clear();
+    // A document that takes itself over is emptied; that is meant.
+    if (object != JSONObject.get()) {
+        for (const auto& [key, value] : *object)
+            content.set(key, value);
+    }
+    *JSONObject = std::move(content);
 }
 
 std::ostream& operator<<(std::ostream& out, const ResponseObject& response)

@@ -1,13 +1,12 @@
 #include "Command/WebSocketResponseObject.h"
 
+#include "JSONPrinter.h"
 #include "Logging/LogStream.h"
 
 #include <Poco/Dynamic/Var.h>
 #include <Poco/Exception.h>
 #include <Poco/JSON/ParseHandler.h>
 #include <Poco/JSON/Parser.h>
-
-#include <sstream>
 
 namespace Zovi::Command
 {
@@ -190,9 +189,7 @@ std::string WebSocketResponseObject::getMessage() const
 
 std::string WebSocketResponseObject::toJsonString() const
 {
-    std::ostringstream text;
-    text << *this;
-    return text.str();
+    return Zovi::Util::JSONPrinter::toString(*JSONObject);
 }
 
 WebSocketResponseObject WebSocketResponseObject::fromJsonString(const std::string& jsonString)
