@@ -33,6 +33,18 @@ bool isBlank(char character)
     return character == ' ' || character == '\t';
 }
 
+[[noreturn]] void failOfLength()
+{
+    fail("the head is longer than " + std::to_string(MAX_HEAD_LENGTH) + " bytes");
+}
+
+/// How long a line may be behind `length` bytes of a head: its end and the empty line have to follow.
+std::size_t roomBehind(std::size_t length)
+{
+    constexpr std::size_t ENDS = 4;
+    return MAX_HEAD_LENGTH - std::min(MAX_HEAD_LENGTH, length + ENDS);
+}
+
 /// A line without its end. It may have `maxLength` bytes.
 std::string readLine(std::streambuf& source, std::size_t maxLength)
 {
@@ -40,12 +52,14 @@ std::string readLine(std::streambuf& source, std::size_t maxLength)
     for (auto next = source.sbumpc(); Traits::to_char_type(next) != '\n'; next = source.sbumpc()) {
         if (Traits::eq_int_type(next, Traits::eof()))
             fail("the head is incomplete");
-        if (line.size() == maxLength)
-            fail("the head is longer than " + std::to_string(MAX_HEAD_LENGTH) + " bytes");
+        if (line.size() > maxLength) // the last one may be a carriage return
+            failOfLength();
         line += Traits::to_char_type(next);
     }
     if (!line.empty() && line.back() == '\r')
         line.pop_back();
+    if (line.size() > maxLength)
+        failOfLength();
     return line;
 }
 
@@ -54,7 +68,7 @@ std::string readFirstLine(std::streambuf& source)
     if (Traits::eq_int_type(source.sgetc(), Traits::eof()))
         throw Poco::Net::NoMessageException();
     for (int count = 0; count <= MAX_EMPTY_LINES; ++count) {
-        std::string line = readLine(source, MAX_HEAD_LENGTH);
+        std::string line = readLine(source, roomBehind(0));
         if (!line.empty())
             return line;
     }
@@ -97,7 +111,7 @@ std::string readHead(std::streambuf& source)
     std::string head;
     while (!line.empty()) {
         head += line + "\r\n";
-        line = readLine(source, MAX_HEAD_LENGTH - std::min(MAX_HEAD_LENGTH, head.size()));
+        line = readLine(source, roomBehind(head.size()));
         if (!line.empty())
             checkField(line);
     }

@@ -7,7 +7,7 @@
 namespace Zovi::ServiceKit
 {
 
-/// Longest head of a request in bytes.
+/// Longest head of a request in bytes, with two for the end of each line.
 constexpr std::size_t MAX_HEAD_LENGTH = 64 * 1024;
 
 /// The head of the request that `source` has next: its first line, its fields and the empty line behind them.

@@ -24,9 +24,18 @@ std::string readAndLeave(const std::string& text)
     return head + "|" + text.substr(text.size() - static_cast<std::size_t>(source.in_avail()));
 }
 
-std::string tooLong()
+/// A head of so many bytes.
+std::string headOf(std::size_t length)
 {
-    return GET + "X: " + std::string(MAX_HEAD_LENGTH, 'x') + "\r\n\r\n";
+    const std::string begin = GET + "X: ";
+    const std::string end = "\r\n\r\n";
+    return begin + std::string(length - begin.size() - end.size(), 'x') + end;
+}
+
+/// One whose first line has all of its bytes.
+std::string firstLineOf(std::size_t length)
+{
+    return std::string(length - 4, 'x') + "\r\n\r\n";
 }
 
 } // namespace
@@ -51,6 +60,12 @@ TEST(MessageHead, ReadsUpToItsEmptyLine)
     }
 }
 
+TEST(MessageHead, TakesUpToItsLongestLength)
+{
+    for (const std::string& head : {headOf(MAX_HEAD_LENGTH), firstLineOf(MAX_HEAD_LENGTH)})
+        EXPECT_TRUE(readAndLeave(head) == head + "|");
+}
+
 TEST(MessageHead, RefusesWhatAnotherReaderMayTakeForSomethingElse)
 {
     const struct {
@@ -71,7 +86,9 @@ TEST(MessageHead, RefusesWhatAnotherReaderMayTakeForSomethingElse)
         {"GET\t/ HTTP/1.1\r\n\r\n", "the first line has a control character"},
         {"GET / HTTP/1.1\r\r\n\r\n", "the first line has a control character"},
         {"\r\n\r\n\r\n\r\n\r\n" + GET + "\r\n", "there are too many empty lines"},
-        {tooLong(), "the head is longer than 65536 bytes"},
+        {headOf(MAX_HEAD_LENGTH + 1), "the head is longer than 65536 bytes"},
+        {headOf(2 * MAX_HEAD_LENGTH), "the head is longer than 65536 bytes"},
+        {firstLineOf(MAX_HEAD_LENGTH + 1), "the head is longer than 65536 bytes"},
         {std::string(MAX_HEAD_LENGTH + 1, 'x'), "the head is longer than 65536 bytes"},
     };
     for (const auto& row : rows) {
