@@ -9,6 +9,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
 #include <atomic>
 #include <chrono>
 #include <future>
@@ -241,6 +243,15 @@ void sendIfOpen(RawClient& client, const std::string& text)
     }
 }
 
+/// Each connection of the test's own takes a descriptor.
+void raiseDescriptorLimit()
+{
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 std::string escape(const std::string& text)
 {
     std::string url;
@@ -399,8 +410,10 @@ TEST_F(HostileInput, TakesLittleTimeHoweverLargeItsQueryIs)
 
 TEST_F(HostileInput, KeepsNobodyAwayWhenItDrips)
 {
+    constexpr int CROWD = 1'000;
+    raiseDescriptorLimit();
     std::vector<RawClient> dripping;
-    for (int i = 0; i < 400; ++i) {
+    for (int i = 0; i < CROWD; ++i) {
         dripping.emplace_back(*address);
         sendIfOpen(dripping.back(), "GET /host/id HTTP/1.1\r\nX: ");
     }
