@@ -42,6 +42,8 @@ public:
 
     std::streambuf& input() { return m_input; }
 
+    bool hasUnreadInput() { return buffered() > 0 || socket().available() > 0; }
+
 private:
     class Input : public std::streambuf
     {
@@ -120,7 +122,7 @@ public:
 
     std::istream& stream() override
     {
-        if (getExpectContinue() && !m_isContinued)
+        if (getExpectContinue() && getVersion() != HTTP_1_0 && !m_isContinued)
             m_response.sendContinue();
         m_isContinued = true;
         return m_stream;
@@ -233,6 +235,9 @@ void Connection::serve()
             return next == Next::WEBSOCKET ? handOver(session, place) : closeBehindUnreadInput(entry);
         entry.beginExchange();
     }
+    // Whoever sends requests ahead may have sent some behind the last.
+    if (!m_context.connections.isStopping() && session.hasUnreadInput())
+        closeBehindUnreadInput(entry);
 }
 
 Connection::Next Connection::serveExchange(Session& session, LivePlace& place)

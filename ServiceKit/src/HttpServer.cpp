@@ -1,6 +1,7 @@
 #include "ServiceKit/HttpServer.h"
 
 #include "Connection.h"
+#include "DescriptorShare.h"
 #include "Lobby.h"
 #include "ServiceKit/Text.h"
 
@@ -20,11 +21,11 @@ namespace Zovi::ServiceKit
 namespace
 {
 
-/// Connections that the system holds until they are taken, which is at once as a rule.
-constexpr int BACKLOG = 1024;
-
 /// Connections whose first request has not come as a whole.
 constexpr std::size_t MAX_WAITING = 1024;
+
+/// Connections that the system holds until they are taken, which is at once as a rule.
+constexpr int BACKLOG = 1024;
 
 Poco::Timespan toTimespan(std::chrono::milliseconds time)
 {
@@ -108,15 +109,16 @@ class HttpServer::Running
 {
 public:
     Running(const std::shared_ptr<const ServiceTree>& tree, const ServerOptions& options,
-            const Poco::Net::ServerSocket& socket)
+            const Poco::Net::ServerSocket& socket, int highestDescriptor)
         : m_webSockets(tree, options.live, options.exchange)
         , m_context{options, makeParams(options), tree, m_webSockets,
                     OpenConnections(static_cast<std::size_t>(options.maxConnections),
                                     static_cast<std::size_t>(options.maxQueuedConnections))}
         , m_threads(1, options.maxConnections)
-        , m_server(new ConnectionFactory(m_context), m_threads,
-                   Lobby(socket, {MAX_WAITING, options.idleTimeout, options.requestTimeout}),
-                   m_context.params)
+        , m_server(
+              new ConnectionFactory(m_context), m_threads,
+              Lobby(socket, {MAX_WAITING, options.idleTimeout, options.requestTimeout, highestDescriptor}),
+              m_context.params)
     {
         m_context.connections.setRefusals(
             [this] { return static_cast<std::size_t>(m_server.refusedConnections()); });
@@ -161,7 +163,9 @@ void HttpServer::start()
 {
     if (!m_socket)
         listen();
-    m_running = std::make_unique<Running>(m_tree, m_options, *m_socket);
+    const std::size_t descriptors = descriptorLimit();
+    m_running = std::make_unique<Running>(m_tree, withinDescriptors(m_options, descriptors), *m_socket,
+                                          highestWaitingDescriptor(descriptors));
 }
 
 void HttpServer::stop()

@@ -136,6 +136,8 @@ void LobbySocket::admit(int descriptor)
             .first;
     if (!m_poll.add(descriptor, guest->first, AWAITED_OF_GUESTS))
         m_guests.erase(guest);
+    if (descriptor > m_limits.highestDescriptor && m_guests.size() > 1)
+        m_guests.erase(m_guests.begin());
 }
 
 void LobbySocket::look(Guests::iterator guest, std::uint32_t events)

@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <limits>
 #include <map>
 #include <optional>
 
@@ -46,6 +47,10 @@ struct LobbyLimits {
     /// From the first byte of a request to the last of its head; past it the connection is given out as it
     /// is.
     std::chrono::milliseconds requestTimeout;
+
+    /// Whoever has a higher one gets the place of the one that has waited longest: the descriptors above it
+    /// are left for files.
+    int highestDescriptor = std::numeric_limits<int>::max();
 };
 
 /// A listening socket that gives out a connection when there is something to do for it: when the head of its

@@ -14,6 +14,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <exception>
 #include <filesystem>
 #include <iostream>
@@ -94,10 +95,17 @@ void raiseDescriptorLimit()
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
+/// A file that may not grow any more is an error of who writes to it, and not the end of the program.
+void ignoreFileSizeLimit()
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
 int serve(const Host::Options& arguments)
 {
     ServiceKit::ServerOptions options = arguments.server;
     raiseDescriptorLimit();
+    ignoreFileSizeLimit();
     addMachineName(options.exchange);
     const Host::HostTree host = Host::makeHostTree("/", openNotes(arguments.database));
     ServiceKit::HttpServer server(host.tree, options);

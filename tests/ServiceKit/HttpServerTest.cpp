@@ -231,6 +231,32 @@ TEST(HttpServer, ClosesAfterTheLastRequestThatAConnectionMayMake)
     EXPECT_EQ(client.receiveRest(), "");
 }
 
+TEST(HttpServer, AnswersTheLastRequestAlthoughManyMoreFollow)
+{
+    ServerOptions options;
+    options.maxRequestsPerConnection = 20;
+    const auto server = startServer(options);
+    std::string requests;
+    for (int i = 0; i < 5'000; ++i)
+        requests += GET_ID;
+    RawClient client(server->address());
+    client.send(requests);
+    for (int i = 1; i < options.maxRequestsPerConnection; ++i)
+        EXPECT_EQ(client.receive().header("connection"), "Keep-Alive");
+    EXPECT_EQ(client.receive().header("connection"), "Close");
+    // An end, and no reset, by which what is on its way could be lost.
+    EXPECT_EQ(client.receiveRest(), "");
+}
+
+TEST(HttpServer, TellsNoClientOfOldTimesToGoOn)
+{
+    const auto server = startServer();
+    RawClient client(server->address());
+    client.send("POST /shop/basket HTTP/1.0\r\nHost: localhost\r\nContent-Length: 1\r\nExpect: "
+                "100-continue\r\n\r\nx");
+    EXPECT_EQ(client.receive().status, 200);
+}
+
 TEST(HttpServer, AsksForABodyOnlyIfItIsWanted)
 {
     const auto server = startServer();

@@ -140,6 +140,16 @@ TEST_F(LobbyTest, ClosesWhoHasWaitedLongestWhenItIsFull)
     EXPECT_TRUE(givesOutNext(lobby, second));
 }
 
+TEST_F(LobbyTest, ClosesWhoHasWaitedLongestWhenDescriptorsAreFew)
+{
+    limits.highestDescriptor = 0;
+    Lobby lobby = makeLobby();
+    StreamSocket first = connect();
+    StreamSocket second = connect(HEAD);
+    EXPECT_TRUE(givesOutNext(lobby, second));
+    EXPECT_TRUE(isEnded(first));
+}
+
 TEST_F(LobbyTest, ForgetsWhoHasLeft)
 {
     limits.maxWaiting = 1;

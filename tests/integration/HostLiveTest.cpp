@@ -224,6 +224,27 @@ TEST_F(HostLive, StopsReadingWhoDoesNotReadItsAnswers)
     EXPECT_LT(program->residentMemory() - before, MOST_GROWTH);
 }
 
+TEST(HostLiveCrowd, KeepsNobodyAwayWhereThereAreFewDescriptors)
+{
+    Zovi::Test::Program program("/bin/sh", {"-c", R"(ulimit -n 64; exec "$0" "$@")", KYR_HOST_PROGRAM,
+                                            "--port", "0", "--no-registry", "--database", ":memory:"});
+    const Poco::Net::SocketAddress address = HostProgram::addressIn(program.readLine());
+    std::list<LiveClient> followers;
+    std::list<RawClient> others;
+    for (int i = 0; i < 16; ++i)
+        followers.emplace_back(address);
+    for (int i = 0; i < 100; ++i) {
+        others.emplace_back(address); // says nothing
+        others.emplace_back(address); // keeps its connection
+        others.back().trySend("GET /host/id HTTP/1.1\r\nHost: localhost\r\n\r\n");
+    }
+    for (int i = 0; i < 20; ++i) {
+        RawClient fresh(address);
+        fresh.send("GET /host/processes?$limit=100 HTTP/1.1\r\nHost: localhost\r\n\r\n");
+        EXPECT_EQ(fresh.receive().status, 200);
+    }
+}
+
 TEST(HostLiveEnd, ComesSoonAlthoughClientsDoNotTakePartInIt)
 {
     HostProgram program;

@@ -117,6 +117,26 @@ TEST(HostNotes, SurviveAKillAtAnyMoment)
     EXPECT_EQ(kept, acknowledged);
 }
 
+TEST(HostNotes, AreRefusedAndKeptWhereTheirFileMayNotGrow)
+{
+    const TemporaryFolder folder;
+    Zovi::Test::Program program("/bin/sh",
+                                {"-c", R"(ulimit -f 128; exec "$0" "$@")", KYR_HOST_PROGRAM, "--port", "0",
+                                 "--no-registry", "--database", folder.file("notes.sqlite")});
+    const Poco::Net::SocketAddress address = HostProgram::addressIn(program.readLine());
+    std::map<std::string, std::string> acknowledged;
+    RawAnswer answer;
+    for (int i = 0; i < 100 && answer.status != 500; ++i) {
+        RawClient client(address);
+        answer = ask(client, request("POST", "/host/notes", named(std::to_string(i))));
+        if (answer.status == 201)
+            acknowledged[answer.header("location")] = std::to_string(i);
+    }
+    EXPECT_EQ(answer.status, 500);
+    EXPECT_FALSE(acknowledged.empty());
+    EXPECT_EQ(notesOf(address), acknowledged);
+}
+
 TEST(HostNotes, AreThereAfterACleanEnd)
 {
     const TemporaryFolder folder;

@@ -29,9 +29,11 @@ public:
     }
 
     /// Where it listens, by the first line that it prints.
-    Poco::Net::SocketAddress waitForAddress()
+    Poco::Net::SocketAddress waitForAddress() { return addressIn(readLine()); }
+
+    /// The same, out of that line.
+    static Poco::Net::SocketAddress addressIn(const std::string& line)
     {
-        const std::string line = readLine();
         const std::string begin = "kyr-host listens on ";
         if (line.compare(0, begin.size(), begin) != 0)
             throw std::runtime_error("no address: " + line);

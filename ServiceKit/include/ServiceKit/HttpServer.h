@@ -28,6 +28,9 @@ struct ServerOptions {
     /// that stands idle, or sends its request or takes its answer bit by bit. That one's connection is
     /// closed. Before its first request has come as a whole, a connection takes no place; 1024 may stand like
     /// that, and the oldest is closed for a further one.
+    ///
+    /// Each connection takes a file descriptor. Of those that the process may open when the server starts,
+    /// these connections and the WebSockets get a quarter each at most, of which a warning in the log tells.
     int maxConnections = 64;
     int maxQueuedConnections = 64;
 
