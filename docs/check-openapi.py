@@ -4,7 +4,8 @@
 Usage: check-openapi.py OPENAPI.yaml COMMAND      (COMMAND starts the service and makes it print where it listens)
 
 The description must be well-formed, must describe every address that the service leads to and no method that it does
-not allow, and every answer that it promises is provoked and must be as promised.
+not allow, every query must be described if it is answered and not if it is refused, and every answer that it promises is
+provoked and must be as promised.
 """
 
 import contextlib
@@ -62,6 +63,11 @@ def require(condition, text):
         raise Wrong(text)
 
 
+def readings(text):
+    """What a text in a query may stand for."""
+    return [text, int(text)] if re.fullmatch(r"-?\d+", text) else [text]
+
+
 class Description:
     """The file, read and tested for its form."""
 
@@ -90,9 +96,21 @@ class Description:
         responses = operation["responses"]
         return self.resolve(responses.get(str(status)) or responses["default"])
 
+    def validator(self, schema):
+        return jsonschema.Draft202012Validator(schema, resolver=self.resolver)
+
+    def takes(self, operation, query):
+        """Whether each part of a query is one that the operation describes."""
+        schemas = {node["name"]: node["schema"] for node in map(self.resolve, operation.get("parameters", []))}
+        by_attribute = schemas.get("attributes", {}).get("additionalProperties", False)
+        for name, text in urllib.parse.parse_qsl(query, keep_blank_values=True):
+            schema = schemas.get(name, not name.startswith("$") and by_attribute)
+            if not any(self.validator(schema).is_valid(value) for value in readings(text)):
+                return False
+        return True
+
     def validate(self, value, schema, name):
-        validator = jsonschema.Draft202012Validator(schema, resolver=self.resolver)
-        error = jsonschema.exceptions.best_match(validator.iter_errors(value))
+        error = jsonschema.exceptions.best_match(self.validator(schema).iter_errors(value))
         require(not error, error and f"{name}: {error.message} at {error.json_path}")
 
     def check(self):
@@ -180,6 +198,9 @@ class Client:
         require(actual == status, f"{name}: {actual} and not {status}: {content[:200]}")
         operation = self.description.operation(template, method)
         self.seen.add((operation["operationId"], str(status)))
+        if method == "get" and status in (200, 400):
+            is_described = self.description.takes(operation, urllib.parse.urlsplit(url).query)
+            require(is_described == (status == 200), f"{name}: {status}, and described as the opposite")
         response = self.description.response(operation, status)
         self.check_headers(response, answer_headers, name)
         data = self.check_content(response, answer_headers, content, name)
@@ -268,6 +289,7 @@ def check_resource(client, resource):
     # The process of the lowest number will not end; how many others there are would change the page of it.
     found = client.ask("get", collection, 200, f"{collection}?$limit=1&$sortby={field}")[0][0]
     first = found["uri"]
+    client.ask("get", collection, 200, f"{collection}?$limit=1&$offset={found['id']}")
     value = urllib.parse.quote(str(found[field]))
     client.ask_current(collection, f"{collection}?{field}={value}&$fields={field}")
     client.ask_current(element, f"{first}?$fields={field}")
