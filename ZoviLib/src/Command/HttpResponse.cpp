@@ -71,9 +71,9 @@ void encodeBody(std::ostream& target, Poco::Net::HTTPServerResponse& response,
     std::ostream& out = coder.getOutputStream(target);
     try {
         writeBody(out, json, text);
-        // Streams keep to themselves that they have run out of memory; half a body would pass for a whole
-        // one.
-        if (!coder.close())
+        coder.close();
+        // A stream keeps to itself that it has run out of memory; half a body would pass for a whole one.
+        if (target.bad())
             throw std::bad_alloc();
     } catch (...) {
         closeAfterFailure(response, coder, isCodedByService);
