@@ -4,8 +4,8 @@
 Usage: check-openapi.py OPENAPI.yaml COMMAND      (COMMAND starts the service and makes it print where it listens)
 
 The description must be well-formed, must describe every address that the service leads to and no method that it does
-not allow, every query must be described if it is answered and not if it is refused, and every answer that it promises is
-provoked and must be as promised.
+not allow, every query and every body must be described if it is taken and not if it is refused, and every answer that it
+promises is provoked and must be as promised.
 """
 
 import contextlib
@@ -109,6 +109,16 @@ class Description:
                 return False
         return True
 
+    def takes_body(self, operation, text):
+        """Whether a body, where there has to be one, is as the operation describes it."""
+        if "requestBody" not in operation:
+            return True
+        schema = self.resolve(operation["requestBody"])["content"]["application/json"]["schema"]
+        try:
+            return self.validator(schema).is_valid(json.loads(text))
+        except ValueError:
+            return False
+
     def validate(self, value, schema, name):
         error = jsonschema.exceptions.best_match(self.validator(schema).iter_errors(value))
         require(not error, error and f"{name}: {error.message} at {error.json_path}")
@@ -198,9 +208,10 @@ class Client:
         require(actual == status, f"{name}: {actual} and not {status}: {content[:200]}")
         operation = self.description.operation(template, method)
         self.seen.add((operation["operationId"], str(status)))
-        if method == "get" and status in (200, 400):
-            is_described = self.description.takes(operation, urllib.parse.urlsplit(url).query)
-            require(is_described == (status == 200), f"{name}: {status}, and described as the opposite")
+        if status in (200, 201, 400):
+            query = urllib.parse.urlsplit(url).query
+            is_described = self.description.takes(operation, query) and self.description.takes_body(operation, body)
+            require(is_described == (status != 400), f"{name}: {status}, and described as the opposite")
         response = self.description.response(operation, status)
         self.check_headers(response, answer_headers, name)
         data = self.check_content(response, answer_headers, content, name)
