@@ -11,6 +11,7 @@
 #include <csignal>
 #include <list>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -82,6 +83,46 @@ protected:
     }
 
     static std::string typeOf(const Object::Ptr& message) { return message->getValue<std::string>("type"); }
+};
+
+/// With as many notes as make a mebibyte, and several events of that size.
+class HostLiveNotes : public HostLive
+{
+protected:
+    static constexpr int NOTES = 100;
+    static constexpr int EVENTS = 24;
+
+    void SetUp() override
+    {
+        const std::string note = R"({"name":"a","text":")" + std::string(9'900, 'x') + "\"}";
+        for (int i = 0; i < NOTES; ++i)
+            m_urls.push_back(ask("POST", "/host/notes", note).header("location"));
+    }
+
+    void TearDown() override
+    {
+        for (const std::string& url : m_urls)
+            ask("DELETE", url);
+    }
+
+    static void subscribeToAll(LiveClient& client)
+    {
+        for (int i = 0; i < EVENTS; ++i)
+            client.subscribe("/host/notes?$limit=100&$fields=text,other" + std::to_string(i));
+    }
+
+    static void readAllStates(LiveClient& client)
+    {
+        std::set<std::string> events;
+        while (events.size() < EVENTS) {
+            const Object::Ptr message = client.receiveJson();
+            if (typeOf(message) == "data")
+                events.insert(message->getValue<std::string>("event"));
+        }
+    }
+
+private:
+    std::vector<std::string> m_urls;
 };
 
 } // namespace
@@ -232,6 +273,25 @@ TEST_F(HostLive, StopsReadingWhoDoesNotReadItsAnswers)
     EXPECT_LT(client.sendWhileThereIsRoom(requests, MUCH), MUCH);
     expectAnswers();
     EXPECT_LT(program->residentMemory() - before, MOST_GROWTH);
+}
+
+TEST_F(HostLiveNotes, TakeLittleForWhoDoesNotReadTheirStates)
+{
+    const long before = program->residentMemory();
+    LiveClient stuck(*address, handshake(), 4096);
+    LiveClient reader(*address);
+    for (LiveClient* const client : {&stuck, &reader})
+        subscribeToAll(*client);
+    readAllStates(reader);
+    // What evaluating them takes, and no more.
+    EXPECT_LT(program->residentMemory() - before, MOST_GROWTH + 12 * 1024);
+}
+
+TEST_F(HostLiveNotes, ReachWhoReadsThemSlowly)
+{
+    LiveClient slow(*address, handshake(), 4096);
+    subscribeToAll(slow);
+    readAllStates(slow);
 }
 
 TEST(HostLiveCrowd, KeepsNobodyAwayWhereThereAreFewDescriptors)

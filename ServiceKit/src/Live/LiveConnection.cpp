@@ -12,6 +12,9 @@ namespace
 /// Replies that may wait before no more requests are read.
 constexpr std::size_t MAX_WAITING_REPLIES = 32;
 
+/// What may wait before no more states are kept. One more may be as long as it is.
+constexpr std::size_t MAX_WAITING_BYTES = 256 * 1024;
+
 SharedFrame share(std::string&& frame)
 {
     return std::make_shared<const std::string>(std::move(frame));
@@ -69,13 +72,21 @@ void LiveConnection::send(SharedFrame frame, Time now)
     noteQueued(hasStarted, now);
 }
 
-void LiveConnection::sendState(const std::string& event, SharedFrame frame, Time now)
+bool LiveConnection::sendState(const std::string& event, SharedFrame frame, Time now)
 {
     if (m_closingSince)
-        return;
+        return true;
+    if (!hasRoom() && !m_queue.hasState(event))
+        return false;
     const bool hasStarted = startsToSend();
     m_queue.pushState(event, std::move(frame));
     noteQueued(hasStarted, now);
+    return true;
+}
+
+bool LiveConnection::hasRoom() const
+{
+    return m_queue.bytes() < MAX_WAITING_BYTES;
 }
 
 void LiveConnection::noteQueued(bool hasStarted, Time now)

@@ -32,8 +32,12 @@ public:
 
     void send(SharedFrame frame, Time now);
 
-    /// See `SendQueue`.
-    void sendState(const std::string& event, SharedFrame frame, Time now);
+    /// See `SendQueue`. False, and nothing is kept, if so much waits already that there is no room for a
+    /// further state.
+    bool sendState(const std::string& event, SharedFrame frame, Time now);
+
+    /// Whether a state would be kept now.
+    bool hasRoom() const;
     void dropState(const std::string& event) { m_queue.dropState(event); }
 
     /// Sends a close frame in place of all that has not begun to go out. Nothing is sent after it.

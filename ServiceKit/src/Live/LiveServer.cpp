@@ -253,11 +253,19 @@ void LiveServer::deliver(const SubscriptionProtocol::Messages& messages, Time no
         if (!message.isState)
             connection.send(message.frame, now);
         else if (message.frame)
-            connection.sendState(message.event, message.frame, now);
+            sendState(peer->second, message, now);
         else
             connection.dropState(message.event);
         awaitMore(message.connection, peer->second);
     }
+}
+
+void LiveServer::sendState(Peer& peer, const OutgoingMessage& message, Time now)
+{
+    if (peer.connection.sendState(message.event, message.frame, now))
+        return;
+    m_protocol.subscriptions().hold(message.connection, message.event);
+    peer.hasHeld = true;
 }
 
 /// Sends what may be sent, and ends the connection if it is over. The peer may be gone afterwards.
@@ -267,6 +275,9 @@ void LiveServer::advance(ConnectionId id, Peer& peer, Time now)
         return drop(id);
     if (peer.connection.hasSentAll() && !std::exchange(peer.isEndSent, true))
         ::shutdown(peer.socket.impl()->sockfd(), SHUT_WR);
+    // One at a time: each has to be asked for again.
+    if (peer.hasHeld && peer.connection.hasRoom())
+        peer.hasHeld = m_protocol.subscriptions().release(id);
     awaitMore(id, peer);
 }
 

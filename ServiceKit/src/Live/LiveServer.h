@@ -61,6 +61,7 @@ private:
         LiveConnection connection;
         std::uint32_t awaited = 0; ///< what the poll waits for, as it was last told
         bool isEndSent = false;
+        bool hasHeld = false; ///< some of its events are held until it takes what waits
     };
 
     using Peers = std::map<ConnectionId, Peer>;
@@ -79,6 +80,7 @@ private:
     void handleReadable(ConnectionId id, Peer& peer, Time now);
     void handleMessages(ConnectionId id, Peer& peer, std::string_view bytes, Time now);
     void deliver(const SubscriptionProtocol::Messages& messages, Time now);
+    void sendState(Peer& peer, const OutgoingMessage& message, Time now);
     void advance(ConnectionId id, Peer& peer, Time now);
     static bool sendWaiting(Peer& peer, Time now);
     void awaitMore(ConnectionId id, Peer& peer);

@@ -17,6 +17,19 @@ void SendQueue::pushState(const std::string& event, SharedFrame frame)
     pushOrReplace({Kind::STATE, event, std::move(frame)});
 }
 
+bool SendQueue::hasState(const std::string& event)
+{
+    return find(Kind::STATE, event) != m_items.end();
+}
+
+std::size_t SendQueue::bytes() const
+{
+    std::size_t sum = 0;
+    for (const Item& item : m_items)
+        sum += item.frame->size();
+    return sum;
+}
+
 void SendQueue::pushPong(SharedFrame frame)
 {
     pushOrReplace({Kind::PONG, {}, std::move(frame)});

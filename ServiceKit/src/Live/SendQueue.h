@@ -37,6 +37,12 @@ public:
 
     bool isEmpty() const { return m_items.empty(); }
 
+    /// Whether a state of `event` waits that has not begun to go out.
+    bool hasState(const std::string& event);
+
+    /// How many bytes wait, with those of the first frame that have gone out.
+    std::size_t bytes() const;
+
     /// How many replies wait.
     std::size_t replies() const { return m_replies; }
 

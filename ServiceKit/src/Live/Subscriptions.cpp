@@ -82,6 +82,39 @@ std::size_t Subscriptions::countOpenRequests(ConnectionId connection, const std:
     return has(connection, event) ? m_events.at(event).subscriptions.at(connection).openRequests : 0;
 }
 
+void Subscriptions::hold(ConnectionId connection, const std::string& event)
+{
+    if (!has(connection, event))
+        return;
+    const auto position = m_events.find(event);
+    Subscription& subscription = position->second.subscriptions.at(connection);
+    subscription.isHeld = true;
+    subscription.sent.clear();
+    schedule(position);
+}
+
+bool Subscriptions::release(ConnectionId connection)
+{
+    const auto events = m_eventsOf.find(connection);
+    if (events == m_eventsOf.end())
+        return false;
+    Subscription* first = nullptr;
+    Events::iterator event;
+    for (const std::string& key : events->second) {
+        const auto position = m_events.find(key);
+        Subscription& candidate = position->second.subscriptions.at(connection);
+        if (candidate.isHeld && (first == nullptr || candidate.lastSent < first->lastSent)) {
+            first = &candidate;
+            event = position;
+        }
+    }
+    if (first == nullptr)
+        return false;
+    first->isHeld = false;
+    schedule(event);
+    return true;
+}
+
 void Subscriptions::markChanged(const Resource& resource)
 {
     for (auto event = m_events.begin(); event != m_events.end(); ++event) {
@@ -116,8 +149,8 @@ Evaluation Subscriptions::begin(Event& event, std::uint64_t id, Time now)
     bool isAlwaysSent = false;
     for (auto& [connection, subscription] : event.subscriptions) {
         const bool hasInterval = subscription.terms.interval.count() > 0;
-        const bool isLimitOver =
-            subscription.isEstablished && subscription.lastSent + subscription.terms.updateLimit <= now;
+        const bool isLimitOver = subscription.isEstablished && !subscription.isHeld &&
+                                 subscription.lastSent + subscription.terms.updateLimit <= now;
         subscription.awaited = subscription.openRequests;
         subscription.mustHear = hasInterval && isLimitOver && subscription.nextInterval <= now;
         subscription.mayHear = !hasInterval && isLimitOver;
@@ -198,6 +231,8 @@ std::optional<Subscriptions::Time> Subscriptions::dueTime(const Event& event,
     // Not before all others: who asks again and again must keep nobody from being told.
     if (subscription.openRequests > 0)
         return subscription.requestedAt;
+    if (subscription.isHeld)
+        return std::nullopt;
     const Time limit = subscription.lastSent + subscription.terms.updateLimit;
     // The limit is not rounded: where it is as long as the interval, each message would be late by a tick.
     if (subscription.terms.interval.count() > 0)

@@ -112,6 +112,13 @@ public:
     /// Requests of `connection` to subscribe to `event` that were not answered yet.
     std::size_t countOpenRequests(ConnectionId connection, const std::string& event) const;
 
+    /// A state of `event` could not be kept for `connection`: it is told nothing more of it before it is
+    /// released, and then what there is at that time.
+    void hold(ConnectionId connection, const std::string& event);
+
+    /// Releases the event of `connection` that is held and was told of least lately. False if none is held.
+    bool release(ConnectionId connection);
+
     /// What `resource` offers may have changed.
     void markChanged(const Resource& resource);
 
@@ -135,6 +142,7 @@ private:
         Time lastSent;
         Time nextInterval;
         Fingerprint sent;
+        bool isHeld = false;
 
         // What the evaluation under way is to it, as it stood when that began.
         std::size_t awaited = 0; ///< open requests that it will answer

@@ -86,6 +86,23 @@ TEST_F(LiveConnectionTest, HoldsLittleHoweverManyPingsCome)
     EXPECT_EQ(takeSent().size(), 127u);
 }
 
+TEST_F(LiveConnectionTest, KeepsNoFurtherStateWhileMuchWaits)
+{
+    const SharedFrame large = text(std::string(256 * 1024, 'x'));
+    EXPECT_TRUE(connection.hasRoom());
+    EXPECT_TRUE(connection.sendState("/a", large, now));
+    EXPECT_FALSE(connection.hasRoom());
+    EXPECT_FALSE(connection.sendState("/b", text("b"), now));
+    EXPECT_TRUE(connection.sendState("/a", text("a"), now)) << "in the place of the older one";
+    EXPECT_TRUE(connection.hasRoom());
+    EXPECT_TRUE(connection.sendState("/b", large, now));
+    EXPECT_EQ(takeSent(), *text("a") + *large);
+    EXPECT_TRUE(connection.hasRoom());
+    connection.close(1001, now);
+    EXPECT_TRUE(connection.sendState("/c", large, now)) << "nothing is sent any more";
+    EXPECT_EQ(takeSent(), makeCloseFrame(1001));
+}
+
 TEST_F(LiveConnectionTest, AnswersACloseByItsCode)
 {
     EXPECT_THAT(receive(clientText("a") + clientClose(4000) + clientText("b")), ElementsAre("a"));

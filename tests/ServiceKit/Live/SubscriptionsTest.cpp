@@ -458,4 +458,56 @@ TEST_F(SubscriptionsTest, TakesOnlyWhatIsDue)
     EXPECT_EQ(untilDue(), 100ms);
 }
 
+TEST_F(SubscriptionsTest, TellsWhoIsHeldNothingBeforeItIsReleased)
+{
+    subscriptions.add(ANNE, request(), changesOnly(30ms), told);
+    subscriptions.add(BERT, request(), changesOnly(30ms), told);
+    evaluate("a");
+    subscriptions.hold(ANNE, "/shop/shelf");
+    EXPECT_FALSE(subscriptions.nextDue());
+    subscriptions.markChanged(*shop.shelf);
+    EXPECT_THAT(evaluateNext("b"), ElementsAre("2 state 0"));
+    EXPECT_FALSE(subscriptions.release(BERT));
+    EXPECT_TRUE(subscriptions.release(ANNE));
+    EXPECT_FALSE(subscriptions.release(ANNE));
+    EXPECT_THAT(evaluateNext("b"), ElementsAre("1 state 0"));
+    EXPECT_FALSE(subscriptions.nextDue());
+}
+
+TEST_F(SubscriptionsTest, TellsWhoIsReleasedAgainWhatDidNotReachIt)
+{
+    subscriptions.add(ANNE, request(), changesOnly(30ms), told);
+    evaluate("a");
+    subscriptions.hold(ANNE, "/shop/shelf");
+    subscriptions.release(ANNE);
+    EXPECT_THAT(evaluateNext("a"), ElementsAre("1 state 0"));
+}
+
+TEST_F(SubscriptionsTest, ReleasesFirstWhoWasToldLeastLately)
+{
+    subscriptions.add(ANNE, request("/b"), changesOnly(30ms), told);
+    evaluate("b");
+    now += 1ms;
+    subscriptions.add(ANNE, request("/a"), changesOnly(30ms), told);
+    evaluate("a");
+    for (const char* event : {"/a", "/b", "/c"})
+        subscriptions.hold(ANNE, event);
+    subscriptions.release(ANNE);
+    now = *subscriptions.nextDue();
+    const std::vector<Evaluation> due = subscriptions.takeDue(now);
+    ASSERT_EQ(due.size(), 1u);
+    EXPECT_EQ(due.front().request->getEvent().toString(), "/b");
+}
+
+TEST_F(SubscriptionsTest, AnswersRequestsOfWhoIsHeld)
+{
+    subscriptions.add(ANNE, request(), changesOnly(30ms), told);
+    evaluate("a");
+    subscriptions.hold(ANNE, "/shop/shelf");
+    subscriptions.add(ANNE, request(), changesOnly(30ms), told);
+    EXPECT_THAT(evaluate("a"), ElementsAre("1 state 1"));
+    subscriptions.hold(BERT, "/shop/shelf");
+    EXPECT_FALSE(subscriptions.release(BERT));
+}
+
 } // namespace Zovi::ServiceKit
