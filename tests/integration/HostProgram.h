@@ -29,7 +29,11 @@ public:
     }
 
     /// Where it listens, by the first line that it prints.
-    Poco::Net::SocketAddress waitForAddress() { return addressIn(readLine()); }
+    Poco::Net::SocketAddress waitForAddress()
+    {
+        const std::string line = readLine();
+        return addressIn(line.empty() ? restOfErrors() : line);
+    }
 
     /// The same, out of that line.
     static Poco::Net::SocketAddress addressIn(const std::string& line)
