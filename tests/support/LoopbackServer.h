@@ -50,25 +50,31 @@ public:
         Poco::Net::StreamSocket client(m_socket.address());
         client.setReceiveTimeout(Poco::Timespan(30, 0));
         sendAll(client, bytes);
-        return receiveAll(client);
+        std::string answer = receiveAll(client);
+        // The end of a connection tells the two threads nothing of each other's memory.
+        Poco::FastMutex::ScopedLock lock(m_handling);
+        return answer;
     }
 
 private:
     class Adapter : public Poco::Net::HTTPRequestHandler
     {
     public:
-        explicit Adapter(Handler handler)
-            : m_handler(std::move(handler))
+        explicit Adapter(LoopbackServer& owner)
+            : m_owner(owner)
+            , m_handler(owner.handler())
         {
         }
 
         void handleRequest(Poco::Net::HTTPServerRequest& request,
                            Poco::Net::HTTPServerResponse& response) override
         {
+            Poco::FastMutex::ScopedLock lock(m_owner.m_handling);
             m_handler(request, response);
         }
 
     private:
+        LoopbackServer& m_owner;
         Handler m_handler;
     };
 
@@ -82,7 +88,7 @@ private:
 
         Poco::Net::HTTPRequestHandler* createRequestHandler(const Poco::Net::HTTPServerRequest&) override
         {
-            return new Adapter(m_owner.handler());
+            return new Adapter(m_owner);
         }
 
     private:
@@ -135,6 +141,8 @@ private:
     }
 
     Poco::FastMutex m_mutex;
+    /// Held while a handler runs.
+    Poco::FastMutex m_handling;
     Handler m_handler;
     Poco::ThreadPool m_threads;
     Poco::Net::ServerSocket m_socket;
