@@ -1,6 +1,12 @@
 #pragma once
 
+#include "FileText.h"
+#include "ServiceKit/RequestError.h"
+
+#include <gtest/gtest.h>
 #include <sys/resource.h>
+
+#include <cerrno>
 
 namespace Zovi::Test
 {
@@ -11,6 +17,7 @@ class NoDescriptors
 public:
     NoDescriptors()
     {
+        meetClasses();
         getrlimit(RLIMIT_NOFILE, &m_before);
         rlimit none = m_before;
         none.rlim_cur = 0;
@@ -23,6 +30,18 @@ public:
     NoDescriptors& operator=(const NoDescriptors&) = delete;
 
 private:
+    // The undefined-behaviour sanitizer opens a pipe to look at an object of a class that it has not met
+    // before.
+    static void meetClasses()
+    {
+        Host::readLine("/proc/self/stat");
+        try {
+            Host::requireRoom(EMFILE);
+        } catch (const ServiceKit::RequestError& refusal) {
+            EXPECT_EQ(refusal.status(), Command::HTTPStatus::HTTP_SERVICE_UNAVAILABLE);
+        }
+    }
+
     rlimit m_before{};
 };
 
