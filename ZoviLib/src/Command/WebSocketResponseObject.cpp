@@ -189,7 +189,7 @@ std::string WebSocketResponseObject::getMessage() const
 
 std::string WebSocketResponseObject::toJsonString() const
 {
-    return Zovi::Util::JSONPrinter::toString(*JSONObject);
+    return Util::JSONPrinter::toString(*JSONObject);
 }
 
 WebSocketResponseObject WebSocketResponseObject::fromJsonString(const std::string& jsonString)
