@@ -39,6 +39,7 @@ private:
             Host::requireRoom(EMFILE);
         } catch (const ServiceKit::RequestError& refusal) {
             EXPECT_EQ(refusal.status(), Command::HTTPStatus::HTTP_SERVICE_UNAVAILABLE);
+            EXPECT_STRNE(refusal.what(), "");
         }
     }
 
