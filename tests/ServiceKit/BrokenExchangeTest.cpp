@@ -1,21 +1,16 @@
 #include "ServiceKit/HttpServer.h"
 
+#include "BrokenClients.h"
 #include "Gzip.h"
-#include "LogCapture.h"
 #include "RawClient.h"
 #include "SampleTree.h"
 
-#include <Poco/Exception.h>
 #include <Poco/Format.h>
-#include <Poco/RegularExpression.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <filesystem>
-#include <iterator>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -27,11 +22,11 @@ namespace
 
 using Test::APPLE_ID;
 using Test::gzip;
-using Test::LogCapture;
 using Test::makeSampleTree;
 using Test::RawClient;
+using Test::receiveRest;
+using Test::timeless;
 using ::testing::AnyOf;
-using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
 /// No exchange has more bytes, and each of them can have a connection of its own.
@@ -113,55 +108,17 @@ std::vector<std::string> allExchanges()
     return exchanges;
 }
 
-/// An answer without what differs from one time to the next.
-std::string timeless(std::string answer)
-{
-    static const Poco::RegularExpression TIMES("(?<=\"timestamp\":)\\d+|(?<=Date: )[^\\r]+");
-    TIMES.subst(answer, "", Poco::RegularExpression::RE_GLOBAL);
-    return answer;
-}
-
-/// The rest that the server sends until it closes; it may end the connection by a reset as well.
-std::string receiveRest(RawClient& client)
-{
-    try {
-        return client.receiveRest();
-    } catch (const Poco::TimeoutException&) {
-        throw;
-    } catch (const Poco::IOException&) {
-        return "";
-    }
-}
-
-std::size_t countDescriptors()
-{
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
-}
-
-class BrokenExchange : public ::testing::Test
+class BrokenExchange : public Test::BrokenClients
 {
 protected:
     /// `timeout` is that of requests and idle connections.
     void start(std::chrono::milliseconds timeout)
     {
-        m_descriptors = countDescriptors();
         ServerOptions options;
         options.requestTimeout = options.idleTimeout = timeout;
         options.maxConnections = MAX_PLACES;
-        m_server = std::make_unique<HttpServer>(makeSampleTree(), options);
-        m_server->start();
+        serve(makeSampleTree(), options);
     }
-
-    /// Nothing of any connection is left behind.
-    void TearDown() override
-    {
-        expectNextWorks();
-        m_server.reset();
-        EXPECT_EQ(countDescriptors(), m_descriptors);
-        EXPECT_THAT(m_log.texts(), IsEmpty()) << "clients that leave are no errors of the service";
-    }
-
-    RawClient connect() const { return RawClient(m_server->address()); }
 
     /// What the server says to `request` when nothing goes wrong.
     std::string record(const std::string& request) const
@@ -172,22 +129,7 @@ protected:
         EXPECT_THAT(answer, StartsWith("HTTP/1.1 "));
         return answer;
     }
-
-    void expectNextWorks() const
-    {
-        RawClient client = connect();
-        client.send("GET /id HTTP/1.1\r\n" + HOST + "\r\n");
-        EXPECT_EQ(client.receive().status, 200);
-        client.reset();
-    }
-
-private:
-    LogCapture m_log{Poco::Message::PRIO_ERROR};
-    std::size_t m_descriptors = 0;
-    std::unique_ptr<HttpServer> m_server;
 };
-
-constexpr std::chrono::seconds LONG{20};
 
 } // namespace
 

@@ -14,6 +14,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace Zovi::Test
 {
@@ -31,6 +32,31 @@ struct ServerFrame {
     int opcode = 0;
     std::string payload;
 };
+
+/// Takes the first frame from what a server has sent; nothing as long as it is not whole.
+inline std::optional<ServerFrame> takeFrame(std::string& received)
+{
+    const auto byteAt = [&received](std::size_t i) {
+        return static_cast<unsigned char>(received[i]);
+    };
+    if (received.size() < 2)
+        return std::nullopt;
+    std::uint64_t length = byteAt(1);
+    const std::size_t lengthSize = length == 127 ? 8 : length == 126 ? 2 : 0;
+    const std::size_t begin = 2 + lengthSize;
+    if (received.size() < begin)
+        return std::nullopt;
+    if (lengthSize > 0)
+        length = 0;
+    for (std::size_t i = 2; i < begin; ++i)
+        length = length << 8 | byteAt(i);
+    if (received.size() - begin < length)
+        return std::nullopt;
+    const auto size = static_cast<std::size_t>(length);
+    ServerFrame frame{byteAt(0) & 0x0F, received.substr(begin, size)};
+    received.erase(0, begin + size);
+    return frame;
+}
 
 /// A WebSocket that sends exactly the bytes it is told.
 class LiveClient
@@ -87,17 +113,11 @@ public:
     /// The next frame; waits for it.
     ServerFrame receive()
     {
-        ServerFrame frame;
-        frame.opcode = static_cast<unsigned char>(take(1)[0]) & 0x0F;
-        std::uint64_t length = static_cast<unsigned char>(take(1)[0]);
-        const int size = length == 127 ? 8 : length == 126 ? 2 : 0;
-        if (size > 0) {
-            length = 0;
-            for (const char byte : take(static_cast<std::size_t>(size)))
-                length = length << 8 | static_cast<unsigned char>(byte);
+        for (;;) {
+            if (std::optional<ServerFrame> frame = takeFrame(m_received))
+                return *std::move(frame);
+            receiveMore();
         }
-        frame.payload = take(static_cast<std::size_t>(length));
-        return frame;
     }
 
     /// The next message; pings before it are answered.
@@ -142,15 +162,6 @@ private:
         if (count == 0)
             throw std::runtime_error("the connection has ended");
         m_received.append(bytes.data(), static_cast<std::size_t>(count));
-    }
-
-    std::string take(std::size_t length)
-    {
-        while (m_received.size() < length)
-            receiveMore();
-        std::string bytes = m_received.substr(0, length);
-        m_received.erase(0, length);
-        return bytes;
     }
 
     Poco::Net::StreamSocket m_socket;

@@ -43,6 +43,8 @@ public:
         if (receiveBuffer > 0)
             m_socket.setReceiveBufferSize(receiveBuffer);
         m_socket.connect(address);
+        // What is sent in parts is to come in parts, and at once.
+        m_socket.setNoDelay(true);
         // A server that does not answer must fail the test, not hang it.
         m_socket.setReceiveTimeout(Poco::Timespan(20, 0));
     }
@@ -71,17 +73,22 @@ public:
     /// The next answer. That to a HEAD has no body, whatever its length says.
     RawAnswer receive(bool toHead = false)
     {
-        while (m_received.find("\r\n\r\n") == std::string::npos) {
-            if (!receiveMore())
-                throw std::runtime_error("no whole answer: " + m_received);
-        }
-        const std::size_t end = m_received.find("\r\n\r\n");
-        RawAnswer answer = parseHead(m_received.substr(0, end + 2));
-        m_received.erase(0, end + 4);
+        const std::string head = receiveUntil("\r\n\r\n");
+        RawAnswer answer = parseHead(head.substr(0, head.size() - 2));
         const std::size_t length = std::strtoul(answer.header("content-length").c_str(), nullptr, 10);
         if (!toHead)
             answer.body = take(length);
         return answer;
+    }
+
+    /// All that comes up to the end of the first `text` in it.
+    std::string receiveUntil(const std::string& text)
+    {
+        while (m_received.find(text) == std::string::npos) {
+            if (!receiveMore())
+                throw std::runtime_error("no whole answer: " + m_received);
+        }
+        return take(m_received.find(text) + text.size());
     }
 
     /// So many bytes, fewer if the server closes before.
