@@ -58,6 +58,13 @@ const std::string& nameOf(const StaticFolder& folder)
     throw Poco::InvalidArgumentException("Name is taken: " + inQuotes(name));
 }
 
+template <typename Pointer>
+void requireGiven(const Pointer& node)
+{
+    if (!node)
+        throw Poco::InvalidArgumentException("Nothing to add");
+}
+
 template <typename Node>
 void requireUnused(const std::vector<std::shared_ptr<Node>>& nodes, const std::string& name)
 {
@@ -89,6 +96,7 @@ Service::Service(const Reference& reference, const std::string& description)
 
 void Service::add(const std::shared_ptr<Resource>& resource)
 {
+    requireGiven(resource);
     requireAddress(resource->reference(), UrlPath::SERVICE_RESOURCE);
     requireUnused(m_resources, resource->reference().name);
     m_resources.push_back(resource);
@@ -102,6 +110,7 @@ ServiceTree::ServiceTree(const Poco::UUID& rootId)
 
 void ServiceTree::add(const std::shared_ptr<const Service>& service)
 {
+    requireGiven(service);
     const std::string& name = service->reference().name;
     if (Poco::icompare(name, SERVICE_OF_FILES) == 0)
         refuseAsTaken(name);
@@ -111,6 +120,7 @@ void ServiceTree::add(const std::shared_ptr<const Service>& service)
 
 void ServiceTree::add(const std::shared_ptr<const StaticFolder>& folder)
 {
+    requireGiven(folder);
     requireUnused(m_folders, folder->name());
     m_folders.push_back(folder);
 }

@@ -77,16 +77,24 @@ MicroServiceInfo::MicroServiceInfo(Data::XObjectId id)
 MicroServiceInfo::MicroServiceInfo(const MicroServiceInfo& other) = default;
 // NOLINTNEXTLINE(performance-noexcept-move-constructor): taking over the number may fail
 MicroServiceInfo::MicroServiceInfo(MicroServiceInfo&& other) = default;
-MicroServiceInfo& MicroServiceInfo::operator=(const MicroServiceInfo& other) = default;
 MicroServiceInfo::~MicroServiceInfo() = default;
+
+// Both assignments take the text first: the attributes that end then may be all that keeps `other`.
+MicroServiceInfo& MicroServiceInfo::operator=(const MicroServiceInfo& other)
+{
+    std::string specification = other.m_specification;
+    GenericObject::operator=(other);
+    m_specification = std::move(specification);
+    return *this;
+}
 
 // NOLINTNEXTLINE(performance-noexcept-move-constructor): taking over the number may fail
 MicroServiceInfo& MicroServiceInfo::operator=(MicroServiceInfo&& other)
 {
-    GenericObject::operator=(std::move(other));
     // A text that was built stays, also when the object is moved onto itself.
-    if (this != &other)
-        m_specification = std::move(other.m_specification);
+    std::string specification = std::move(other.m_specification);
+    GenericObject::operator=(std::move(other));
+    m_specification = std::move(specification);
     return *this;
 }
 

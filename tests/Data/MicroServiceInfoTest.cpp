@@ -1,6 +1,7 @@
 #include "MicroServiceInfo.h"
 
 #include "JsonMatchers.h"
+#include "KeptObject.h"
 #include "LogCapture.h"
 
 #include <Poco/Exception.h>
@@ -27,6 +28,7 @@ using Data::AttributeValueStringArray;
 using Data::INVALID_XOBJ_ID;
 using Test::compact;
 using Test::IsJson;
+using Test::KeptObject;
 using Test::LogCapture;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -292,6 +294,26 @@ TEST(MicroServiceInfo, KeepsItsSpecificationWhenMovedOrAssigned)
     EXPECT_EQ(target.getSpecification(), text);
     target = std::move(self);
     EXPECT_EQ(target.getSpecification(), text);
+}
+
+TEST(MicroServiceInfo, BecomesAServiceThatOnlyItsOwnAttributeKeeps)
+{
+    for (const bool isMoved : {false, true}) {
+        SCOPED_TRACE(isMoved);
+        MicroServiceInfo info = sample();
+        Poco::SharedPtr<MicroServiceInfo> kept = new MicroServiceInfo(sample());
+        MicroServiceInfo& source = *kept;
+        source.setName("a name that is longer than what a string holds itself");
+        const std::string text = source.getSpecification();
+        info.setValue<KeptObject<MicroServiceInfo>>("next", kept);
+        kept = nullptr;
+        if (isMoved)
+            info = std::move(source);
+        else
+            info = source;
+        EXPECT_EQ(info.getName(), "a name that is longer than what a string holds itself");
+        EXPECT_EQ(info.getSpecification(), text);
+    }
 }
 
 TEST(MicroServiceInfo, DescribesAnotherService)

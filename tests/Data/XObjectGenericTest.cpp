@@ -1,6 +1,7 @@
 #include "Data/XObjectGeneric.h"
 
 #include "JsonMatchers.h"
+#include "KeptObject.h"
 #include "LogCapture.h"
 
 #include <gmock/gmock.h>
@@ -15,6 +16,7 @@ namespace
 
 using Test::compact;
 using Test::IsJson;
+using Test::KeptObject;
 using Test::LogCapture;
 using ::testing::IsEmpty;
 using ::testing::IsNull;
@@ -269,6 +271,26 @@ TEST(XObjectGeneric, LosesItsNumberAndKeepsItsAttributesWhenAssignedToItself)
     object = std::move(self);
     EXPECT_EQ(object.id(), NONE);
     EXPECT_EQ(object.getName(), "a");
+}
+
+TEST(XObjectGeneric, BecomesAnObjectThatOnlyItsOwnAttributeKeeps)
+{
+    for (const bool isMoved : {false, true}) {
+        SCOPED_TRACE(isMoved);
+        XObjectGeneric object = sample();
+        Poco::SharedPtr<XObjectGeneric> kept = new XObjectGeneric(5);
+        XObjectGeneric& source = *kept;
+        source.setName("a name that is longer than what a string holds itself");
+        object.setValue<KeptObject<XObjectGeneric>>("next", kept);
+        kept = nullptr;
+        if (isMoved)
+            object = std::move(source);
+        else
+            object = source;
+        EXPECT_EQ(object.id(), 5);
+        EXPECT_EQ(object.getName(), "a name that is longer than what a string holds itself");
+        EXPECT_FALSE(object.hasValue("next"));
+    }
 }
 
 TEST(XObjectGeneric, StaysAsItWasWhenTheSourceCannotBeCopied)

@@ -155,6 +155,17 @@ TEST(ServiceTree, RefusesANameThatIsTaken)
     EXPECT_EQ(tree.services().size(), 1U);
 }
 
+TEST(ServiceTree, RefusesNullPointers)
+{
+    ServiceTree tree(ROOT_ID);
+    Service service(tree.root().child("shop"), "");
+    EXPECT_EQ(messageOf([&] { service.add(nullptr); }), "Nothing to add");
+    EXPECT_EQ(messageOf([&] { tree.add(std::shared_ptr<const Service>()); }), "Nothing to add");
+    EXPECT_EQ(messageOf([&] { tree.add(std::shared_ptr<const StaticFolder>()); }), "Nothing to add");
+    EXPECT_TRUE(service.resources().empty());
+    EXPECT_TRUE(tree.services().empty());
+}
+
 TEST(ServiceTree, KeepsTheNamesOfFilesForFiles)
 {
     ServiceTree tree(ROOT_ID);

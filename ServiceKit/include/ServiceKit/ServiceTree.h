@@ -31,7 +31,8 @@ public:
     const MicroServiceInfo& info() const { return m_info; }
 
     /// Shares `resource`. Throws `Poco::InvalidArgumentException` if its name cannot be addressed (it is no
-    /// segment of an address, or one of the reserved words) or is taken. Letters of either case are the same.
+    /// segment of an address, or one of the reserved words) or is taken, where letters of either case are the
+    /// same, and for a null pointer, as the two `add` of a tree do.
     void add(const std::shared_ptr<Resource>& resource);
 
     /// In the order in which they were added.

@@ -123,13 +123,16 @@ public:
         return *this;
     }
 
-    /// Takes over number and attributes; `other` has neither afterwards.
+    /// Takes over number and attributes; `other` has neither afterwards. It may be an object that only an
+    /// attribute of this one keeps, and that is gone then.
     // NOLINTNEXTLINE(performance-noexcept-move-constructor): taking over the number may fail
     GenericObject& operator=(GenericObject&& other)
     {
         B::operator=(static_cast<B&&>(other));
-        if (this != &other)
-            m_attrContainer = std::move(other.m_attrContainer);
+        if (this != &other) {
+            AttributeContainer attributes = std::move(other.m_attrContainer);
+            std::swap(m_attrContainer, attributes);
+        }
         return *this;
     }
 
