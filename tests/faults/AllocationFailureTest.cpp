@@ -1,4 +1,4 @@
-#include "FailingAllocations.h"
+#include "FailEachAllocation.h"
 
 #include "AccessibleStringStream.h"
 #include "Command/HttpRequest.h"
@@ -32,12 +32,8 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include <memory>
 #include <new>
-#include <optional>
-#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -51,62 +47,20 @@ using Poco::JSON::Object;
 using namespace Zovi::Command;
 using namespace Zovi::Data;
 using Zovi::MicroServiceInfo;
+using Zovi::Test::failEachAllocation;
 using Zovi::Test::LogCapture;
 using Zovi::Test::parseJson;
 using Zovi::Test::ServerRequest;
 using Zovi::Test::ServerResponse;
-namespace FailingAllocations = Zovi::Test::FailingAllocations;
 
 namespace
 {
-
-/// Gives what came of it as a text.
-using Operation = std::function<std::string()>;
-
-/// What an operation gives in place of its result when it is to throw nothing.
-using Promised = std::set<std::string>;
-
-/// False if an exception has ended `operation` for want of memory.
-bool isFulfilled(const Operation& operation, std::string& result)
-{
-    try {
-        result = operation();
-        return true;
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
-}
 
 /// As it is written, or not at all.
 template <typename Json>
 std::string compact(const Json& json)
 {
     return Zovi::Util::JSONPrinter::toString(json);
-}
-
-/// Runs `operation` with its first, second, ... allocation failing, until it needs no more. It ends in the
-/// exception that says so, or as if nothing had failed, or in one of `promised`; `check` is asked after each
-/// run.
-void failEachAllocation(
-    const Operation& operation, const std::function<void()>& check = [] {}, const Promised& promised = {})
-{
-    const std::string expected = operation();
-    bool hasFailed = true;
-    for (long number = 1; hasFailed; ++number) {
-        SCOPED_TRACE("allocation " + std::to_string(number));
-        std::string result;
-        result.reserve(expected.size());
-        const long before = FailingAllocations::liveBlocks();
-        FailingAllocations::arm(number);
-        const bool hasResult = isFulfilled(operation, result);
-        hasFailed = FailingAllocations::disarm();
-        const long after = FailingAllocations::liveBlocks();
-        ASSERT_EQ(after, before) << "blocks leaked";
-        if (hasResult && promised.count(result) == 0) {
-            ASSERT_EQ(result, expected);
-        }
-        check();
-    }
 }
 
 using Text = AttributeValueStringable<std::string>;
