@@ -175,6 +175,7 @@ void sendHeadError(Poco::Net::HTTPServerSession& session, const RequestError& er
 {
     const Command::HttpResponse answer = error.toResponse();
     std::ostringstream body;
+    body.exceptions(std::ios::badbit); // for want of memory; half a body would pass for a whole one
     answer.getJson()->stringify(body);
     HTTPServerResponseImpl response(session);
     response.setVersion(HTTPMessage::HTTP_1_1);

@@ -99,8 +99,10 @@ void Service::add(const std::shared_ptr<Resource>& resource)
     requireGiven(resource);
     requireAddress(resource->reference(), UrlPath::SERVICE_RESOURCE);
     requireUnused(m_resources, resource->reference().name);
-    m_resources.push_back(resource);
-    m_info.setValue<ResourceReferences>(KEY_RESOURCES, {m_resources.begin(), m_resources.end()});
+    std::vector<std::shared_ptr<Resource>> resources(m_resources);
+    resources.push_back(resource);
+    m_info.setValue<ResourceReferences>(KEY_RESOURCES, {resources.begin(), resources.end()});
+    m_resources.swap(resources);
 }
 
 ServiceTree::ServiceTree(const Poco::UUID& rootId)

@@ -7,9 +7,6 @@
 #include "SampleTree.h"
 #include "ServiceKit/HttpServer.h"
 
-#include <Poco/InflatingStream.h>
-#include <Poco/StreamCopier.h>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -23,6 +20,7 @@
 namespace Zovi::ServiceKit
 {
 
+using Test::gunzip;
 using Test::gzip;
 using Test::IsJson;
 using Test::LogCapture;
@@ -90,15 +88,6 @@ Poco::Int64 timestampOf(const RawAnswer& answer)
 std::string errorDocument(int code, const std::string& message)
 {
     return "{\"code\":" + std::to_string(code) + ",\"message\":\"" + message + "\",\"status\":\"error\"}";
-}
-
-std::string gunzip(const std::string& coded)
-{
-    std::istringstream source(coded);
-    Poco::InflatingInputStream decoder(source, Poco::InflatingStreamBuf::STREAM_GZIP);
-    std::string text;
-    Poco::StreamCopier::copyToString(decoder, text);
-    return text;
 }
 
 std::string post(const std::string& headers, const std::string& body)

@@ -81,6 +81,8 @@ std::string answerTo(const std::string& key)
     const Poco::DigestEngine::Digest& digest = engine.digest();
     std::ostringstream text;
     Poco::Base64Encoder encoder(text);
+    // A stream keeps to itself that it has run out of memory; a part of the answer would pass for it.
+    encoder.exceptions(std::ios::badbit);
     encoder.write(reinterpret_cast<const char*>(digest.data()), static_cast<std::streamsize>(digest.size()));
     encoder.close();
     return text.str();

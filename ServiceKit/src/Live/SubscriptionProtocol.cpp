@@ -123,16 +123,16 @@ std::string SubscriptionProtocol::describeLimit(ConnectionId connection, const s
 Messages SubscriptionProtocol::unsubscribe(ConnectionId connection, const SharedRequest& request)
 {
     const std::string event = request->getEvent().toString();
-    const std::optional<std::size_t> openRequests = m_subscriptions.remove(connection, event);
-    if (!openRequests)
+    if (!m_subscriptions.has(connection, event))
         return reply(connection, WebSocketResponseObject(
                                      *request, WebSocketResponseObject::unableToUnsubscribe, " " + event)
                                      .toJsonString());
     // A request to subscribe that nobody has come to yet is acknowledged too, so that each has its answer.
     const WebSocketRequestObject opening(WebSocketRequestObject::TYPE_SUBSCRIBE, event);
     Messages messages{{connection, {}, true, event}};
-    append(messages, *openRequests, connection, acknowledge(opening));
+    append(messages, m_subscriptions.countOpenRequests(connection, event), connection, acknowledge(opening));
     append(messages, 1, connection, acknowledge(*request));
+    m_subscriptions.remove(connection, event);
     return messages;
 }
 

@@ -39,13 +39,14 @@ public:
     SubscriptionProtocol(const ServiceTree& tree, const LiveOptions& options,
                          const ExchangeOptions& exchangeOptions);
 
-    /// Takes a message of a client.
+    /// Takes a message of a client. Where memory is wanting, nothing has happened.
     Messages receive(ConnectionId connection, const std::string& text);
 
-    /// The evaluation of an event has come to its end.
+    /// The evaluation of an event has come to its end. If it throws, for want of memory, those who follow the
+    /// event may wait for their messages in vain: they are to be dropped.
     Messages finish(const EvaluatedEvent& event, Subscriptions::Time now);
 
-    /// A client has left.
+    /// A client has left. Never throws.
     void removeConnection(ConnectionId connection) { m_subscriptions.removeAll(connection); }
 
     Subscriptions& subscriptions() { return m_subscriptions; }

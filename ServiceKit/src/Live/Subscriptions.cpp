@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <new>
 
 namespace Zovi::ServiceKit
 {
@@ -27,21 +28,38 @@ void Subscriptions::add(ConnectionId connection, const SharedRequest& request, c
                         const ChangeSource& source)
 {
     const std::string key = request->getEvent().toString();
-    const auto event = m_events.try_emplace(key).first;
-    if (!event->second.request) {
-        event->second.request = request;
-        event->second.source = source;
-    }
-    const auto [position, isNew] = event->second.subscriptions.try_emplace(connection);
-    position->second.terms = terms;
-    position->second.nextInterval = Time();
-    if (position->second.openRequests++ == 0)
-        position->second.requestedAt = m_lastTime;
-    if (isNew) {
-        m_eventsOf[connection].insert(key);
-        ++m_count;
-    }
+    if (!has(connection, key))
+        open(connection, key, request, source);
+    const auto event = m_events.find(key);
+    Subscription& subscription = event->second.subscriptions.at(connection);
+    subscription.terms = terms;
+    subscription.nextInterval = Time();
+    if (subscription.openRequests++ == 0)
+        subscription.requestedAt = m_lastTime;
     schedule(event);
+}
+
+/// Takes all the memory that it needs before it changes anything.
+void Subscriptions::open(ConnectionId connection, const std::string& key, const SharedRequest& request,
+                         const ChangeSource& source)
+{
+    DueTimes dueTime{{Time(), key}};
+    Events event;
+    event[key].request = request;
+    event[key].source = source;
+    event[key].notDue = dueTime.extract(dueTime.begin());
+    std::map<ConnectionId, Subscription> subscription;
+    subscription.try_emplace(connection);
+    std::map<ConnectionId, std::set<std::string>> events;
+    events.try_emplace(connection);
+    std::set<std::string> keys{key};
+
+    // What is there already stays as it is.
+    m_events.merge(event);
+    m_events.find(key)->second.subscriptions.merge(subscription);
+    m_eventsOf.merge(events);
+    m_eventsOf.find(connection)->second.merge(keys);
+    ++m_count;
 }
 
 std::optional<std::size_t> Subscriptions::remove(ConnectionId connection, const std::string& event)
@@ -58,11 +76,15 @@ std::optional<std::size_t> Subscriptions::remove(ConnectionId connection, const 
 
 void Subscriptions::removeAll(ConnectionId connection)
 {
-    const auto events = m_eventsOf.find(connection);
-    if (events == m_eventsOf.end())
+    const auto events = m_eventsOf.extract(connection);
+    if (events.empty())
         return;
-    for (const std::string& key : std::set<std::string>(events->second))
-        remove(connection, key);
+    for (const std::string& key : events.mapped()) {
+        const auto event = m_events.find(key);
+        event->second.subscriptions.erase(connection);
+        eraseOrSchedule(event);
+        --m_count;
+    }
 }
 
 bool Subscriptions::has(ConnectionId connection, const std::string& event) const
@@ -138,15 +160,21 @@ std::vector<Evaluation> Subscriptions::takeDue(Time now, std::size_t maxCount)
     std::vector<Evaluation> evaluations;
     while (evaluations.size() < maxCount && !m_due.empty() && m_due.begin()->first <= now) {
         const auto event = m_events.find(m_due.begin()->second);
-        evaluations.push_back(begin(event->second, ++m_lastEvaluation, now));
+        try {
+            evaluations.push_back({++m_lastEvaluation, event->second.request, event->second.known, false});
+        } catch (const std::bad_alloc&) {
+            if (evaluations.empty())
+                throw;
+            break;
+        }
+        begin(event->second, evaluations.back(), now);
         schedule(event);
     }
     return evaluations;
 }
 
-Evaluation Subscriptions::begin(Event& event, std::uint64_t id, Time now)
+void Subscriptions::begin(Event& event, Evaluation& evaluation, Time now)
 {
-    bool isAlwaysSent = false;
     for (auto& [connection, subscription] : event.subscriptions) {
         const bool hasInterval = subscription.terms.interval.count() > 0;
         const bool isLimitOver = subscription.isEstablished && !subscription.isHeld &&
@@ -154,13 +182,13 @@ Evaluation Subscriptions::begin(Event& event, std::uint64_t id, Time now)
         subscription.awaited = subscription.openRequests;
         subscription.mustHear = hasInterval && isLimitOver && subscription.nextInterval <= now;
         subscription.mayHear = !hasInterval && isLimitOver;
-        isAlwaysSent = isAlwaysSent || subscription.awaited > 0 || subscription.mustHear ||
-                       (subscription.mayHear && isBehind(event, subscription));
+        evaluation.isAlwaysSent = evaluation.isAlwaysSent || subscription.awaited > 0 ||
+                                  subscription.mustHear ||
+                                  (subscription.mayHear && isBehind(event, subscription));
     }
-    event.evaluation = id;
+    event.evaluation = evaluation.id;
     event.evaluatedAt = now;
     event.isChanged = false;
-    return {id, event.request, event.known, isAlwaysSent};
 }
 
 bool Subscriptions::isBehind(const Event& event, const Subscription& subscription)
@@ -177,9 +205,11 @@ std::vector<Delivery> Subscriptions::finish(const Evaluation& evaluation, Outcom
     // All who were subscribed may have left meanwhile, and others come.
     if (event == m_events.end() || event->second.evaluation != evaluation.id)
         return deliveries;
+    auto& subscriptions = event->second.subscriptions;
+    deliveries.reserve(subscriptions.size());
+    reserveFor(event->second, fingerprint);
     event->second.evaluation.reset();
     event->second.known = fingerprint;
-    auto& subscriptions = event->second.subscriptions;
     for (auto position = subscriptions.begin(); position != subscriptions.end();) {
         const ConnectionId connection = position->first;
         std::optional<Delivery> delivery = deliver(position->second, outcome, fingerprint, now);
@@ -194,6 +224,14 @@ std::vector<Delivery> Subscriptions::finish(const Evaluation& evaluation, Outcom
     }
     eraseOrSchedule(event);
     return deliveries;
+}
+
+/// Lets `fingerprint` be noted afterwards without taking memory.
+void Subscriptions::reserveFor(Event& event, const Fingerprint& fingerprint)
+{
+    event.known.reserve(fingerprint.size());
+    for (auto& [connection, subscription] : event.subscriptions)
+        subscription.sent.reserve(fingerprint.size());
 }
 
 /// The delivery to one subscriber, which is not named in it; nothing if it has nothing to hear.
@@ -260,11 +298,13 @@ void Subscriptions::schedule(Events::iterator event)
 
 void Subscriptions::setDue(Events::iterator event, std::optional<Time> due)
 {
-    if (event->second.due)
-        m_due.erase({*event->second.due, event->first});
-    event->second.due = due;
-    if (due)
-        m_due.insert({*due, event->first});
+    Event& changed = event->second;
+    if (changed.due)
+        changed.notDue = m_due.extract(*std::exchange(changed.due, std::nullopt));
+    if (!due)
+        return;
+    changed.notDue.value().first = *due;
+    changed.due = m_due.insert(std::move(changed.notDue)).position;
 }
 
 void Subscriptions::forget(ConnectionId connection, const std::string& key)

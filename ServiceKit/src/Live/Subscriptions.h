@@ -94,7 +94,8 @@ public:
     Subscriptions(Milliseconds shortestPollPeriod, Milliseconds tick);
 
     /// Begins a subscription to the event of `request`, or gives the one that `connection` has new terms. It
-    /// is acknowledged, and sent the state, after the next evaluation, which is due at once.
+    /// is acknowledged, and sent the state, after the next evaluation, which is due at once. Where memory is
+    /// wanting, nothing has happened.
     void add(ConnectionId connection, const SharedRequest& request, const SubscriptionTerms& terms,
              const ChangeSource& source);
 
@@ -102,7 +103,7 @@ public:
     /// requests for it that were not answered yet; nothing if there is no such subscription.
     std::optional<std::size_t> remove(ConnectionId connection, const std::string& event);
 
-    /// Ends all subscriptions of `connection`.
+    /// Ends all subscriptions of `connection`. Never throws.
     void removeAll(ConnectionId connection);
 
     bool has(ConnectionId connection, const std::string& event) const;
@@ -126,10 +127,12 @@ public:
     std::optional<Time> nextDue() const;
 
     /// The evaluations that are due, `maxCount` of them at most, the longest due first; each begins by this
-    /// and is to be reported by `finish`. The time is that of the next requests, too.
+    /// and is to be reported by `finish`. The time is that of the next requests, too. Where memory is
+    /// wanting, those that could not begin stay due; if none could, it throws.
     std::vector<Evaluation> takeDue(Time now, std::size_t maxCount = std::numeric_limits<std::size_t>::max());
 
     /// An evaluation has come to its end. `fingerprint` tells its outcome from others, of whatever kind.
+    /// Where memory is wanting, nothing has happened.
     std::vector<Delivery> finish(const Evaluation& evaluation, Outcome outcome,
                                  const Fingerprint& fingerprint, Time now);
 
@@ -150,6 +153,8 @@ private:
         bool mayHear = false;    ///< its update limit is over
     };
 
+    using DueTimes = std::set<std::pair<Time, std::string>>;
+
     struct Event {
         SharedRequest request;
         ChangeSource source;
@@ -158,13 +163,17 @@ private:
         Time evaluatedAt;                        ///< when the last one began
         bool isChanged = false;
         Fingerprint known;
-        std::optional<Time> due;
+        std::optional<DueTimes::iterator> due;
+        DueTimes::node_type notDue; ///< what stands among the due times while it is due: no memory is needed
     };
 
     using Events = std::map<std::string, Event>;
 
+    void open(ConnectionId connection, const std::string& key, const SharedRequest& request,
+              const ChangeSource& source);
+    static void reserveFor(Event& event, const Fingerprint& fingerprint);
     static bool isBehind(const Event& event, const Subscription& subscription);
-    static Evaluation begin(Event& event, std::uint64_t id, Time now);
+    static void begin(Event& event, Evaluation& evaluation, Time now);
     static std::optional<Delivery> deliver(Subscription& subscription, Outcome outcome,
                                            const Fingerprint& fingerprint, Time now);
     static void noteSent(Subscription& subscription, const Fingerprint& fingerprint, Time now);
@@ -177,7 +186,7 @@ private:
     Milliseconds m_shortestPollPeriod;
     Milliseconds m_tick;
     Events m_events;
-    std::set<std::pair<Time, std::string>> m_due;
+    DueTimes m_due;
     std::map<ConnectionId, std::set<std::string>> m_eventsOf;
     std::size_t m_count = 0;
     std::uint64_t m_lastEvaluation = 0;
