@@ -1,5 +1,5 @@
-// Attributes of all value classes in a container: what is set is read back, a copy is written alike, and what
-// is removed is gone.
+// Attributes of all value classes in a container: what is set is read back, a copy is written alike and
+// shares nothing, and what is removed is gone.
 
 #include "Data/AttributeContainer.h"
 #include "Data/AttributeValue.h"
@@ -69,8 +69,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     while (input.remaining_bytes() > 0)
         setSome(attributes, input);
     const std::string text = JSONPrinter::toString(*attributes.toJSON(0));
-    const AttributeContainer copy = AttributeContainer::deepCopy(attributes);
+    AttributeContainer copy = AttributeContainer::deepCopy(attributes);
     requireEqual(JSONPrinter::toString(*copy.toJSON(0)), text, "a copy is written alike");
+    for (const auto& entry : copy)
+        setAndRead(copy, entry.first, Text("changed"));
+    requireEqual(JSONPrinter::toString(*attributes.toJSON(0)), text, "a copy shares nothing");
     for (const auto& left : attributes) {
         for (const auto& right : attributes)
             left.second->getValueBase()->compare(*right.second->getValueBase());

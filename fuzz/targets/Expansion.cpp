@@ -1,11 +1,14 @@
-// The two forms of an expansion, on a document that is finished: members are only taken away, and doing it
-// twice gives what doing it once gave.
+// The two forms of an expansion, on a document that is finished: members are only taken away, doing it twice
+// gives what doing it once gave, and what is left is what the plain evaluation leaves.
 
 #include "Command/Query/ExpandParameter.h"
 
 #include "Documents.h"
 #include "JSONPrinter.h"
 #include "Law.h"
+#include "PlainQuery.h"
+
+#include <Poco/NumberParser.h>
 
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -38,6 +41,28 @@ void checkExpansion(const ExpandParameter& expansion, const std::string& text)
     }
 }
 
+std::string answerOf(const ExpandParameter& expansion, const std::string& text)
+{
+    Object::Ptr object = parseObject(text);
+    const std::string exception = Zovi::Fuzz::exceptionOf([&] { expansion.apply(*object); });
+    return exception == "none" ? Zovi::Test::describe(*object) + " valid" : exception;
+}
+
+/// A text that is a number asks for a level, any other one names properties.
+void checkPlainly(const std::string& value, const LevelExpansion& level, const std::string& text)
+{
+    const Object::Ptr object = parseObject(text);
+    int number = 0;
+    const bool isNumber = Poco::NumberParser::tryParse(value, number, ',');
+    if (!object || value.empty() || (isNumber && !level.isValid()))
+        return;
+    const PropertyExpansion properties(value);
+    const ExpandParameter& expansion = isNumber ? static_cast<const ExpandParameter&>(level) : properties;
+    requireEqual(answerOf(expansion, text),
+                 Zovi::Fuzz::plainAnswer(Zovi::Fuzz::urlWith("$expand", value), *object),
+                 "the result is that of the plain evaluation");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -50,5 +75,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text = input.ConsumeRemainingBytesAsString();
     checkExpansion(level, text);
     checkExpansion(PropertyExpansion(value), text);
+    checkPlainly(value, level, text);
     return 0;
 }

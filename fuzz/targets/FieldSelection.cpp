@@ -1,5 +1,5 @@
-// A selection of fields with pages of their own: what is kept was there, both forms agree, and selecting
-// twice gives what selecting once gave.
+// A selection of fields with pages of their own: what is kept was there, both forms agree, and what is
+// refused and what is kept is what the plain evaluation refuses and keeps.
 
 #include "Command/Query/FilterParameter.h"
 
@@ -7,6 +7,7 @@
 #include "Documents.h"
 #include "JSONPrinter.h"
 #include "Law.h"
+#include "PlainQuery.h"
 
 #include <fuzzer/FuzzedDataProvider.h>
 
@@ -36,14 +37,23 @@ void checkKeptFields(const FilterParameter& filter, const Object& source, const 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     FuzzedDataProvider input(data, size);
-    const FilterParameter filter(input.ConsumeRandomLengthString(256));
+    const std::string value = input.ConsumeRandomLengthString(256);
+    const FilterParameter filter(value);
     const std::string text = input.ConsumeRemainingBytesAsString();
     const Object::Ptr source = parseObject(text);
-    if (!source || !filter.isValid())
+    if (!source)
         return 0;
+    const std::string plain =
+        Zovi::Fuzz::plainAnswer(Zovi::Fuzz::urlWith("$fields", value), *parseObject(text));
+    if (!filter.isValid()) {
+        require(plain.find(" invalid") != std::string::npos, "what is refused is no selection");
+        return 0;
+    }
     Object result;
     filter.applyFilter(*source, result);
     checkKeptFields(filter, *source, result);
+    requireEqual(Zovi::Test::describe(result) + " valid", plain,
+                 "the result is that of the plain evaluation");
     Object::Ptr inPlace = parseObject(text);
     filter.applyFilter(*inPlace);
     requireEqual(JSONPrinter::toString(*inPlace), JSONPrinter::toString(result), "both forms agree");

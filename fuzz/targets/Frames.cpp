@@ -144,6 +144,13 @@ void checkFragments(const std::string& text, FuzzedDataProvider& cuts)
                  "what is sent in fragments is read as a whole");
 }
 
+void checkControl(const std::string& text)
+{
+    const std::string bytes = ClientFrame{9, text.substr(0, MAX_CONTROL_LENGTH), false}.bytes();
+    requireEqual(readInPieces(bytes, text.size(), [] { return std::size_t{64}; }),
+                 describe({FrameEvent::Kind::FAILURE, {}, 1002}), "no control frame comes in fragments");
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -157,5 +164,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     checkPieces(bytes, maxMessageLength, cuts);
     checkMemory(bytes, maxMessageLength);
     checkFragments(text, cuts);
+    checkControl(text);
     return 0;
 }

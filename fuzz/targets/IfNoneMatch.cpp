@@ -47,6 +47,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     requireEqual(verdict.tag, first.tag, "the tag depends on the content alone");
     require(ask(first.tag, content).result == HTTPCacheHandler::CONTENT_UNCHANGED,
             "who has the tag has the content");
+    require(ask(first.tag + ", " + header, content).result == HTTPCacheHandler::CONTENT_UNCHANGED,
+            "the first of a list counts, whatever follows");
+    require(ask("W/\"0000000\", \"" + std::to_string(size) + "\", " + first.tag, content).result ==
+                HTTPCacheHandler::CONTENT_UNCHANGED,
+            "so does the last one");
     const bool mayMatch = header.find(first.tag.substr(first.tag.find('"'))) != std::string::npos ||
                           header.find('*') != std::string::npos;
     require(mayMatch || verdict.result == HTTPCacheHandler::CONTENT_CHANGED,
