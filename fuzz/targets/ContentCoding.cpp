@@ -65,7 +65,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto limit = input.ConsumeIntegralInRange<std::uint64_t>(1, 2048);
     const std::string header = input.ConsumeRandomLengthString(64);
     const std::string body = input.ConsumeRemainingBytesAsString();
-    for (const std::string& coding : {std::string("gzip"), std::string("deflate"), header})
+    for (const std::string& coding : {std::string(), std::string("gzip"), std::string("deflate"), header})
         checkDamaged(coding, body, limit);
     for (const std::string& accepted : {std::string("gzip"), std::string("deflate"), header})
         checkRoundTrip(accepted, body);

@@ -9,6 +9,7 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
+#include <limits>
 #include <numeric>
 #include <vector>
 
@@ -91,6 +92,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string limit = input.ConsumeRemainingBytesAsString();
     const Paging texts(offset, limit);
     require(texts.getLimit() <= Paging::PAGING_LIMIT_MAX, "a limit from outside is cut");
+    // The least number has no positive counterpart to be compared by, and is let through.
+    require(texts.getLimit() >= -Paging::PAGING_LIMIT_MAX ||
+                texts.getLimit() == std::numeric_limits<Poco::Int32>::min(),
+            "so is one that runs backward");
     checkPlainly(texts, offset, limit, count % 32);
     for (const Paging* paging : {&numbers, &texts}) {
         checkPage(*paging, count);

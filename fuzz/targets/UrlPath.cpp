@@ -1,9 +1,11 @@
 // An address: parsing never fails but by Poco's refusal of the URL, no address is less than itself, equality
-// is symmetric, and an invalid address stays invalid when its own text is read again.
+// is symmetric, an invalid address stays invalid when its own text is read again, and what is read is what
+// the plain rules read.
 
 #include "Command/UrlPath.h"
 
 #include "Law.h"
+#include "reference/PlainAddress.h"
 
 #include <Poco/Exception.h>
 
@@ -27,9 +29,21 @@ void checkReadings(const UrlPath& path)
     }
 }
 
+void checkPlainly(const UrlPath& path)
+{
+    const Zovi::Test::PlainAddress plain = Zovi::Test::parsePlainly(path.getUri());
+    require(path.getCharacteristic() == plain.characteristic && path.getService() == plain.service &&
+                path.getResource() == plain.resource && path.getElement() == plain.element,
+            "the plain rules read the same address");
+}
+
 void checkEquality(const UrlPath& left, const UrlPath& right)
 {
     require((left == right) == (right == left), "equality is symmetric");
+    const bool hasEqualLevels = left.getService() == right.getService() &&
+                                left.getResource() == right.getResource() &&
+                                left.getElement() == right.getElement();
+    require(hasEqualLevels || left != right, "what differs in a level is not equal");
 }
 
 } // namespace
@@ -40,6 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const std::string text = textOf(data, size);
         const UrlPath path(text);
         checkReadings(path);
+        checkPlainly(path);
         const UrlPath again{Poco::URI(path.getUri().toString())};
         if (again.getUri().getPath() == path.getUri().getPath())
             require(again.isValid() == path.isValid(), "what is written reads back with the same validity");

@@ -1,10 +1,10 @@
 #include "Command/UrlPath.h"
 
+#include "../reference/PlainAddress.h"
 #include "LogCapture.h"
 #include "RandomSource.h"
 
 #include <Poco/Exception.h>
-#include <Poco/RegularExpression.h>
 #include <Poco/UUID.h>
 
 #include <gmock/gmock.h>
@@ -65,13 +65,7 @@ public:
     const QueryParameterMap& parameters() const { return queryParameter; }
 };
 
-struct Address {
-    std::string url;
-    UrlPath::Characteristic characteristic;
-    std::string service;
-    std::string resource;
-    std::string element;
-};
+using Address = Test::PlainAddress;
 
 void expectAddress(const UrlPath& path, const Address& expected)
 {
@@ -760,79 +754,6 @@ TEST(UrlPath, IsParsedByManyThreadsAtOnce)
 namespace
 {
 
-bool isOneOf(const std::string& segment, const std::string& keyword)
-{
-    return segment == keyword || segment == "$" + keyword;
-}
-
-/// The rule for a segment as Poco applies the pattern itself.
-bool plainWellFormed(const std::string& segment)
-{
-    static const Poco::RegularExpression pattern("^[.\\w-~]+$", 0, true);
-    return pattern.match(segment);
-}
-
-bool plainUuid(const std::string& text)
-{
-    try {
-        const Poco::UUID uuid(text);
-        return true;
-    } catch (const Poco::SyntaxException&) {
-        return false;
-    }
-}
-
-/// The parse, one test behind the other, on what Poco makes of the URI.
-Address plainParse(const Poco::URI& uri)
-{
-    Address result{uri.toString(), UrlPath::INVALID, "", "", ""};
-    std::vector<std::string> segments;
-    uri.getPathSegments(segments);
-    if (uri.getPath().compare(0, 8, "/api/v1/") == 0)
-        segments.erase(segments.begin(), segments.begin() + 2);
-    if (segments.empty()) {
-        result.characteristic = UrlPath::ROOT;
-    } else if (segments.size() == 1) {
-        if (isOneOf(segments[0], "id")) {
-            result.characteristic = UrlPath::ROOT_ID;
-        } else if (plainWellFormed(segments[0])) {
-            result.service = segments[0];
-            result.characteristic = UrlPath::SERVICE;
-        }
-    } else if (segments.size() == 2) {
-        if (!plainWellFormed(segments[0]))
-            return result;
-        result.service = segments[0];
-        if (isOneOf(segments[1], "id")) {
-            result.characteristic = UrlPath::SERVICE_ID;
-        } else if (isOneOf(segments[1], "accessrights")) {
-            result.resource = segments[1];
-            result.characteristic = UrlPath::SERVICE_RESOURCE;
-        } else if (isOneOf(segments[1], "spec")) {
-            result.resource = segments[1];
-            result.characteristic = UrlPath::SERVICE_SPEC;
-        } else if (plainWellFormed(segments[1])) {
-            result.resource = segments[1];
-            result.characteristic = UrlPath::SERVICE_RESOURCE;
-        }
-    } else if (segments.size() == 3) {
-        if (!plainWellFormed(segments[0]) || !plainWellFormed(segments[1]))
-            return result;
-        result.service = segments[0];
-        result.resource = segments[1];
-        if (isOneOf(segments[2], "id")) {
-            result.characteristic = UrlPath::SERVICE_RESOURCE_ID;
-        } else if (isOneOf(segments[2], "spec")) {
-            result.characteristic = UrlPath::SERVICE_RESOURCE_SPEC;
-        } else if (plainWellFormed(segments[2])) {
-            result.element = segments[2];
-            if (result.service == "cdn" || plainUuid(result.element))
-                result.characteristic = ELEMENT;
-        }
-    }
-    return result;
-}
-
 /// `path` with every byte percent-encoded, slashes excepted.
 std::string encoded(const std::string& path)
 {
@@ -928,7 +849,7 @@ void expectParsedAsPlainly(const std::string& path, std::uint32_t seed)
     Poco::URI uri;
     uri.setPath(encoded(path));
     SCOPED_TRACE("seed " + std::to_string(seed) + ", path " + encoded(path));
-    expectAddress(UrlPath(uri), plainParse(uri));
+    expectAddress(UrlPath(uri), Test::parsePlainly(uri));
 }
 
 } // namespace
@@ -945,7 +866,7 @@ TEST(UrlPath, AppliesTheSegmentPatternToEveryByte)
             Poco::URI uri;
             uri.setPath(encoded("/" + text));
             EXPECT_EQ(UrlPath(uri).getCharacteristic(),
-                      plainWellFormed(text) ? UrlPath::SERVICE : UrlPath::INVALID);
+                      Test::Detail::isWellFormed(text) ? UrlPath::SERVICE : UrlPath::INVALID);
         }
     }
 }
