@@ -866,7 +866,7 @@ TEST(UrlPath, AppliesTheSegmentPatternToEveryByte)
             Poco::URI uri;
             uri.setPath(encoded("/" + text));
             EXPECT_EQ(UrlPath(uri).getCharacteristic(),
-                      Test::Detail::isWellFormed(text) ? UrlPath::SERVICE : UrlPath::INVALID);
+                      Zovi::Test::Detail::isWellFormed(text) ? UrlPath::SERVICE : UrlPath::INVALID);
         }
     }
 }
