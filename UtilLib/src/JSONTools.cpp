@@ -4,6 +4,7 @@
 #include <Poco/JSON/Parser.h>
 
 #include <algorithm>
+#include <charconv>
 #include <string_view>
 #include <typeinfo>
 
@@ -57,9 +58,8 @@ std::size_t endOfString(std::string_view text, std::size_t openingQuote)
     return std::min(position + 1, text.size());
 }
 
-// The parser reads some integers that are too wide as another number: they must not pass. `text` is known to
-// be JSON.
-bool hasTooWideInteger(std::string_view text)
+/// Takes the next number out of `text`, which is known to be JSON as far as that; an empty one at its end.
+std::string_view takeNumber(std::string_view& text)
 {
     std::size_t position = 0;
     while ((position = text.find_first_of("\"-0123456789", position)) != std::string_view::npos) {
@@ -67,13 +67,58 @@ bool hasTooWideInteger(std::string_view text)
             position = endOfString(text, position);
             continue;
         }
-        const std::size_t end = text.find_first_not_of("+-.0123456789eE", position);
-        if (isTooWide(text.substr(position, end - position)))
+        const std::size_t end = std::min(text.find_first_not_of("+-.0123456789eE", position), text.size());
+        const std::string_view number = text.substr(position, end - position);
+        text.remove_prefix(end);
+        return number;
+    }
+    text = {};
+    return {};
+}
+
+// The parser reads some integers that are too wide as another number: they must not pass.
+bool hasTooWideInteger(std::string_view text)
+{
+    for (std::string_view number = takeNumber(text); !number.empty(); number = takeNumber(text)) {
+        if (isTooWide(number))
             return true;
-        position = end;
     }
     return false;
 }
+
+/// The parser reads a negative integer by way of a `double`, which rounds it where it has more than 53 bits.
+/// This takes it from the text instead.
+class ExactHandler : public Poco::JSON::ParseHandler
+{
+public:
+    explicit ExactHandler(std::string_view text)
+        : m_rest(text)
+    {
+    }
+
+    using ParseHandler::value;
+    void value(Poco::Int64 number) override
+    {
+        ParseHandler::value(number < 0 ? nextNegative(number) : number);
+    }
+
+private:
+    // One that is too wide stays as it is read: the document is refused afterwards.
+    Poco::Int64 nextNegative(Poco::Int64 rounded)
+    {
+        Poco::Int64 number = 0;
+        while (number >= 0 && !m_rest.empty()) {
+            const std::string_view text = takeNumber(m_rest);
+            if (text.substr(0, 1) != "-" || text.find_first_of(".eE") != std::string_view::npos)
+                continue;
+            number = rounded;
+            std::from_chars(text.data(), text.data() + text.size(), number);
+        }
+        return number;
+    }
+
+    std::string_view m_rest;
+};
 
 // The parser takes this byte for the end of the text and never looks at what follows. It is no part of UTF-8.
 bool hasFalseEnd(std::string_view text)
@@ -89,7 +134,7 @@ bool JSONTools::parseJSONString(const std::string& text, Poco::JSON::Object::Ptr
         return false;
     try {
         // As the parser's own default argument it would leak where its construction fails for want of memory.
-        const Poco::JSON::Handler::Ptr handler(new Poco::JSON::ParseHandler);
+        const Poco::JSON::Handler::Ptr handler(new ExactHandler(text));
         Poco::JSON::Parser parser(handler);
         const Poco::Dynamic::Var document = parser.parse(text);
         if (document.type() != typeid(Poco::JSON::Object::Ptr) || hasTooWideInteger(text))
