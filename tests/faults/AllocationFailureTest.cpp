@@ -16,12 +16,14 @@
 #include "Data/ElementBase.h"
 #include "Data/ResourceBase.h"
 #include "Data/ZoviDataUtil.h"
+#include "Gzip.h"
 #include "HTTPCacheHandler.h"
 #include "HTTPEncoderDecoder.h"
 #include "Http/ZoviHttpCacheHandler.h"
 #include "JSONPrinter.h"
 #include "JSONTools.h"
 #include "JsonMatchers.h"
+#include "KeptObject.h"
 #include "LogCapture.h"
 #include "Logging/LogStream.h"
 #include "MicroServiceInfo.h"
@@ -216,6 +218,26 @@ TEST(AllocationFailure, OfContentCodingAndCacheValidation)
     });
 }
 
+TEST(AllocationFailure, OfABodyThatInflatesToTooMuch)
+{
+    const std::string body = Zovi::Test::gzip(std::string(100'000, 'x'));
+    failEachAllocation([&body] {
+        ServerRequest request("POST", "/", body);
+        request.set("Content-Encoding", "gzip");
+        Zovi::Net::HTTPEncoderDecoder coder(request, request.response());
+        coder.setInputLimit(50'000);
+        std::string text;
+        try {
+            Poco::StreamCopier::copyToString(coder.getInputStream(request.stream()), text);
+        } catch (const Zovi::Net::ContentTooLargeException& failure) {
+            const HttpResponse answer =
+                HttpResponse::createError(HTTPStatus::HTTP_BAD_REQUEST, failure.message());
+            return answer.getJson()->getValue<std::string>("message");
+        }
+        return std::string("not refused");
+    });
+}
+
 TEST(AllocationFailure, OfCacheValidationOfAnAnswer)
 {
     const Array::Ptr elements = parseJson(COLLECTION).extract<Array::Ptr>();
@@ -249,6 +271,24 @@ TEST(AllocationFailure, OfWebSocketMessages)
             return response.toJsonString() + WebSocketResponseObject(request, 404, "gone").toJsonString();
         },
         [] {}, {"invalid"});
+}
+
+TEST(AllocationFailure, OfMessagesThatAreBuilt)
+{
+    const LogCapture silence(0);
+    failEachAllocation(
+        []() -> std::string {
+            const std::string user = "somebody whose name is longer than what a string holds itself";
+            WebSocketRequestObject request("subscribe", "/s/r?$fields=name&$limit=3", 250L, 10L, &user, true);
+            request.setEvent(Poco::URI("/s/other/resource?$sortby=name"));
+            WebSocketResponseObject response(request);
+            response.setError(HTTPStatus::HTTP_NOT_FOUND, "a message that is longer than a string holds");
+            const std::string text = response.toJsonString();
+            const WebSocketResponseObject again = WebSocketResponseObject::fromJsonString(text);
+            // What cannot be read for want of memory is no message.
+            return again.isValid() ? compact(*request.getJson()) + again.toJsonString() : "unread";
+        },
+        [] {}, {"unread"});
 }
 
 TEST(AllocationFailure, OfStatusDocuments)
@@ -351,6 +391,26 @@ TEST(AllocationFailure, OfObjectsOfTheTree)
     });
 }
 
+TEST(AllocationFailure, OfReferencesAndSearchesInThem)
+{
+    using Reference = Zovi::Test::KeptObject<XObjectGeneric>;
+    const std::string uuid = "5a5a5a5a-0000-4000-8000-000000000001";
+    failEachAllocation([&uuid] {
+        Poco::SharedPtr<XObjectGeneric> owner(
+            new XObjectGeneric("an owner with a name of some length", uuid, "/s/r/" + uuid, INVALID_XOBJ_ID));
+        owner->setValue<AttributeValueStringArray>("tags", {Text("a"), Text("a tag longer than a string")});
+        XObjectGeneric object("a thing", uuid, "/s/r/" + uuid, INVALID_XOBJ_ID);
+        object.setValue<Reference>("owner", owner);
+        const AttributeValueBase& reference = *object.getValue("owner");
+        return compact(*LevelExpansion("1").apply(object)) +
+               compact(*PropertyExpansion("owner,tags").apply(object)) +
+               std::to_string(AnyValueSearch("%longer%").match(reference)) +
+               std::to_string(AttributeValueSearch("owner", uuid).match(reference)) +
+               std::to_string(object.getValue("name")->compare(*owner->getValue("name"))) +
+               std::to_string(owner->getValue("tags")->asGeneric().isArray());
+    });
+}
+
 TEST(AllocationFailure, OfValuesOfEveryKind)
 {
     failEachAllocation([] {
@@ -379,6 +439,22 @@ TEST(AllocationFailure, OfTheDescriptionOfAService)
             return compact(*service->toJSON(0)) + service->getSpecification();
         },
         [] {}, {"none"});
+}
+
+TEST(AllocationFailure, OfDescribingAnotherService)
+{
+    const Poco::UUID id("11111111-2222-3333-4444-555555555555");
+    MicroServiceInfo service(id, Poco::URI(), "a service with a name of some length", 80, "a description");
+    const std::string text = compact(*service.toJSON(0));
+    failEachAllocation(
+        [&] {
+            MicroServiceInfo info(static_cast<const ServiceBase&>(service));
+            info.setVersions({Text("a version that is longer than what a string holds itself"), Text("2")});
+            info.updateServiceId(Poco::UUID("99999999-2222-3333-4444-555555555555"));
+            MicroServiceInfo taken = std::move(info);
+            return compact(*taken.toJSON(0)) + taken.getSpecification() + taken.getUriString();
+        },
+        [&] { ASSERT_EQ(compact(*service.toJSON(0)), text); });
 }
 
 TEST(AllocationFailure, OfParsingADocument)
