@@ -3,10 +3,12 @@
 #include "ClientFrames.h"
 #include "Gzip.h"
 #include "JSONPrinter.h"
+#include "Live/EvaluationThreads.h"
 #include "Live/Frame.h"
 #include "Live/LiveConnection.h"
 #include "Live/SendQueue.h"
 #include "Live/SubscriptionProtocol.h"
+#include "LiveClient.h"
 #include "LogCapture.h"
 #include "OwnHosts.h"
 #include "SampleTree.h"
@@ -21,10 +23,14 @@
 #include "ServiceKit/Values.h"
 #include "Shelf.h"
 
+#include <Poco/Exception.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <new>
@@ -44,6 +50,7 @@ namespace Zovi::ServiceKit
 namespace
 {
 
+namespace FailingAllocations = Test::FailingAllocations;
 using Poco::JSON::Object;
 using Test::APPLE_ID;
 using Test::Basket;
@@ -616,6 +623,132 @@ TEST(KitAllocationFailure, OfFollowingLeavesItAbleToFollow)
         following.dropAll();
         return text;
     });
+}
+
+TEST(KitAllocationFailure, OfBeginningThreadsEndsThoseThatHaveBegun)
+{
+    const Shop shop;
+    const TreeReader reader(*shop.tree);
+    failEachAllocation([&reader] {
+        const EvaluationThreads threads(3, reader, [](EvaluatedEvent&&) {});
+        return std::to_string(threads.count());
+    });
+}
+
+namespace
+{
+
+/// A place at which an allocation of the thread that comes by is made to fail.
+class Snare
+{
+public:
+    /// The next one that comes by has its allocation of that number fail.
+    void set(long number) { m_number = number; }
+
+    /// Whether the allocation has failed, known when the thread comes by again.
+    bool hasCaught() const { return m_hasCaught; }
+
+    void comeBy()
+    {
+        m_hasCaught = FailingAllocations::disarm();
+        FailingAllocations::arm(m_number.exchange(0));
+    }
+
+private:
+    std::atomic<long> m_number{0};
+    std::atomic<bool> m_hasCaught{false};
+};
+
+/// A shelf with a snare for the thread that serves all WebSockets, and for one that evaluates events.
+class SnaredShelf : public Shelf
+{
+public:
+    using Shelf::Shelf;
+
+    MethodSet collectionMethods() const override
+    {
+        serving.comeBy();
+        return Shelf::collectionMethods();
+    }
+
+    Data::ElementCollection elements() const override
+    {
+        evaluating.comeBy();
+        return Shelf::elements();
+    }
+
+    mutable Snare serving;
+    mutable Snare evaluating;
+};
+
+/// A server with such a shelf.
+class SnaredServer
+{
+public:
+    SnaredServer()
+    {
+        const auto shop = std::make_shared<Service>(m_tree->root().child("shop"), "Sells jam.");
+        shelf = std::make_shared<SnaredShelf>(shop->reference(), true);
+        shelf->put(1, 1);
+        shop->add(shelf);
+        m_tree->add(shop);
+        ServerOptions options;
+        options.live.evaluationThreads = 1;
+        m_server = std::make_unique<HttpServer>(m_tree, options);
+        m_server->start();
+    }
+
+    /// Whether a client can follow the shelf. It is an error if nothing happens at all.
+    bool isFollowed() const
+    {
+        try {
+            Test::LiveClient client(m_server->address());
+            client.subscribe(shelf->reference().uri);
+            return client.receiveJson()->getValue<std::string>("type") == "subscribe" &&
+                   client.receiveJson()->getValue<std::string>("type") == "data";
+        } catch (const Poco::TimeoutException&) {
+            throw;
+        } catch (const std::exception&) {
+            return false; // it is dropped
+        }
+    }
+
+    std::shared_ptr<SnaredShelf> shelf;
+
+private:
+    std::shared_ptr<ServiceTree> m_tree = std::make_shared<ServiceTree>(ROOT_ID);
+    std::unique_ptr<HttpServer> m_server;
+};
+
+/// Lets the first, the second, ... allocation fail of a thread that gets into `snare`, until it needs no
+/// more.
+void failEachAllocationIn(const SnaredServer& server, Snare& snare)
+{
+    const LogCapture silence(0);
+    ASSERT_TRUE(server.isFollowed());
+    long number = 0;
+    do {
+        SCOPED_TRACE("allocation " + std::to_string(++number));
+        snare.set(number);
+        server.isFollowed();
+        // The allocation that fails may be one for the next client.
+        ASSERT_TRUE(server.isFollowed() || server.isFollowed());
+    } while (snare.hasCaught());
+    EXPECT_GT(number, 10);
+}
+
+} // namespace
+
+TEST(KitAllocationFailure, OfServingWebSocketsDropsClientsAndServesTheNext)
+{
+    const SnaredServer server;
+    failEachAllocationIn(server, server.shelf->serving);
+}
+
+TEST(KitAllocationFailure, OfEvaluatingEventsIsToldOrMadeUpFor)
+{
+    const SnaredServer server;
+    failEachAllocationIn(server, server.shelf->evaluating);
 }
 
 } // namespace Zovi::ServiceKit

@@ -1,20 +1,39 @@
 #include "Live/EvaluationThreads.h"
 
 #include <algorithm>
+#include <chrono>
+#include <new>
 #include <utility>
 
 namespace Zovi::ServiceKit
 {
 
+namespace
+{
+
+constexpr std::chrono::milliseconds RETRY_PERIOD{100};
+
+} // namespace
+
 EvaluationThreads::EvaluationThreads(std::size_t count, const TreeReader& reader, Report report)
     : m_reader(reader)
     , m_report(std::move(report))
 {
-    for (std::size_t i = 0; i < std::max<std::size_t>(count, 1); ++i)
-        m_threads.emplace_back([this] { run(); });
+    try {
+        for (std::size_t i = 0; i < std::max<std::size_t>(count, 1); ++i)
+            m_threads.emplace_back([this] { run(); });
+    } catch (...) {
+        end(); // those that have begun
+        throw;
+    }
 }
 
 EvaluationThreads::~EvaluationThreads()
+{
+    end();
+}
+
+void EvaluationThreads::end()
 {
     {
         const std::lock_guard lock(m_mutex);
@@ -45,8 +64,24 @@ void EvaluationThreads::run()
         const Evaluation next = std::move(m_waiting.front());
         m_waiting.pop_front();
         lock.unlock();
-        m_report(ServiceKit::evaluate(next, m_reader));
+        bool isDone = carryOut(next);
         lock.lock();
+        while (!isDone && !m_hasWork.wait_for(lock, RETRY_PERIOD, [this] { return m_isStopping; })) {
+            lock.unlock();
+            isDone = carryOut(next);
+            lock.lock();
+        }
+    }
+}
+
+/// False for want of memory. Nobody would be told of the event any more if its evaluation never ended.
+bool EvaluationThreads::carryOut(const Evaluation& evaluation)
+{
+    try {
+        m_report(ServiceKit::evaluate(evaluation, m_reader));
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
     }
 }
 

@@ -20,7 +20,8 @@ class EvaluationThreads
 public:
     using Report = std::function<void(EvaluatedEvent&&)>;
 
-    /// `reader` must outlive it. `report` is called by the threads, and must not throw.
+    /// `reader` must outlive it. `report` is called by the threads. If that, or the evaluation itself, ends
+    /// for want of memory, both are done again a little later; it must throw nothing else.
     EvaluationThreads(std::size_t count, const TreeReader& reader, Report report);
 
     /// Waits for the evaluations that are under way; the others are dropped.
@@ -36,6 +37,8 @@ public:
 
 private:
     void run();
+    bool carryOut(const Evaluation& evaluation);
+    void end();
 
     const TreeReader& m_reader;
     Report m_report;

@@ -1,6 +1,7 @@
 #include "Live/LiveConnection.h"
 
 #include <memory>
+#include <new>
 #include <utility>
 
 namespace Zovi::ServiceKit
@@ -100,7 +101,11 @@ void LiveConnection::close(std::uint16_t code, Time now)
     if (m_closingSince)
         return;
     m_queue.dropAll();
-    sendClose(code, now);
+    try {
+        sendClose(code, now);
+    } catch (const std::bad_alloc&) {
+        giveUp();
+    }
 }
 
 void LiveConnection::sendClose(std::uint16_t code, Time now)

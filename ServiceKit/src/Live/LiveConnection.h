@@ -40,8 +40,12 @@ public:
     bool hasRoom() const;
     void dropState(const std::string& event) { m_queue.dropState(event); }
 
-    /// Sends a close frame in place of all that has not begun to go out. Nothing is sent after it.
+    /// Sends a close frame in place of all that has not begun to go out. Nothing is sent after it. Where
+    /// memory is wanting, it gives up.
     void close(std::uint16_t code, Time now);
+
+    /// It is over at once.
+    void giveUp() { m_isOver = true; }
 
     /// Sends a ping to who has been silent for long; ends the connection if a client does not answer, does
     /// not read, or does not end a closed connection. To be called every now and then.

@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <chrono>
 #include <exception>
+#include <new>
 #include <utility>
 
 namespace Zovi::ServiceKit
@@ -106,13 +107,31 @@ void LiveServer::beginStop()
 void LiveServer::run()
 {
     while (!isDone()) {
-        const int count = m_poll->wait(waitTime(LiveClock::now()));
-        const Time now = LiveClock::now();
-        handleInbox(now);
-        handleEvents(count, now);
-        checkTimes(now);
-        startEvaluations(now);
+        try {
+            takeTurn();
+        } catch (const std::exception& failure) {
+            ZOVI_LOG_ERROR("All WebSockets are dropped: " << failure.what());
+            giveUpAll();
+        }
     }
+}
+
+void LiveServer::takeTurn()
+{
+    const int count = m_poll->wait(waitTime(LiveClock::now()));
+    const Time now = LiveClock::now();
+    handleInbox(now);
+    handleEvents(count, now);
+    checkTimes(now);
+    startEvaluations(now);
+}
+
+/// Whoever follows an event may wait for a message in vain when its evaluation has been lost for want of
+/// memory. They come again, and nothing is left of what was lost.
+void LiveServer::giveUpAll()
+{
+    while (!m_peers.empty())
+        drop(m_peers.begin()->first);
 }
 
 bool LiveServer::isDone() const
@@ -137,29 +156,27 @@ int LiveServer::waitTime(Time now) const
 void LiveServer::handleInbox(Time now)
 {
     LoopInbox::Content content = m_inbox->take();
+    const bool isStopping = content.isStopping && !std::exchange(m_isStopping, true);
+    m_evaluationsUnderWay -= content.evaluated.size();
     for (const NewConnection& connection : content.connections)
         admit(connection, now);
     for (const Resource* resource : content.changed)
         m_protocol.subscriptions().markChanged(*resource);
-    m_evaluationsUnderWay -= content.evaluated.size();
     // What came into the inbox may be later than the time at which the loop woke up: counted from then, the
     // update limit would end too soon.
     const Time sent = LiveClock::now();
     for (const EvaluatedEvent& event : content.evaluated)
         deliver(m_protocol.finish(event, sent), sent);
-    if (content.isStopping && !std::exchange(m_isStopping, true))
+    if (isStopping)
         stopAll(now);
 }
 
 void LiveServer::stopAll(Time now)
 {
-    std::vector<ConnectionId> ids;
-    for (auto& [id, peer] : m_peers)
-        ids.push_back(id);
-    for (const ConnectionId id : ids) {
-        Peer& peer = m_peers.at(id);
-        peer.connection.close(static_cast<std::uint16_t>(CloseCode::GOING_AWAY), now);
-        advance(id, peer, now);
+    for (auto peer = m_peers.begin(); peer != m_peers.end();) {
+        const auto current = peer++;
+        current->second.connection.close(static_cast<std::uint16_t>(CloseCode::GOING_AWAY), now);
+        advance(current->first, current->second, now);
     }
 }
 
@@ -180,8 +197,8 @@ void LiveServer::handleEvents(int count, Time now)
 void LiveServer::startEvaluations(Time now)
 {
     for (Evaluation& evaluation : m_protocol.subscriptions().takeDue(now, roomForEvaluations())) {
-        ++m_evaluationsUnderWay;
         m_evaluations.evaluate(std::move(evaluation));
+        ++m_evaluationsUnderWay;
     }
 }
 
@@ -197,7 +214,11 @@ void LiveServer::checkTimes(Time now)
     m_nextCheck = now + CHECK_PERIOD;
     for (auto peer = m_peers.begin(); peer != m_peers.end();) {
         const auto current = peer++;
-        current->second.connection.checkTimes(now);
+        try {
+            current->second.connection.checkTimes(now);
+        } catch (const std::bad_alloc&) {
+            current->second.connection.giveUp();
+        }
         advance(current->first, current->second, now);
     }
 }
@@ -205,13 +226,18 @@ void LiveServer::checkTimes(Time now)
 void LiveServer::admit(const NewConnection& newConnection, Time now)
 {
     const ConnectionId id = ++m_lastId;
+    try {
+        begin(id, newConnection, now);
+    } catch (const std::exception&) {
+        drop(id); // the client has left already, or memory is wanting
+    }
+}
+
+void LiveServer::begin(ConnectionId id, const NewConnection& newConnection, Time now)
+{
     Peer& peer =
         m_peers.emplace(id, Peer{newConnection.socket, LiveConnection(m_options, now)}).first->second;
-    try {
-        prepare(peer.socket);
-    } catch (const Poco::Exception&) {
-        return drop(id); // the client has left already
-    }
+    prepare(peer.socket);
     peer.awaited = EPOLLIN;
     if (!m_poll->add(peer.socket.impl()->sockfd(), id, peer.awaited))
         return drop(id);
@@ -249,15 +275,23 @@ void LiveServer::deliver(const SubscriptionProtocol::Messages& messages, Time no
         const auto peer = m_peers.find(message.connection);
         if (peer == m_peers.end())
             continue;
-        LiveConnection& connection = peer->second.connection;
-        if (!message.isState)
-            connection.send(message.frame, now);
-        else if (message.frame)
-            sendState(peer->second, message, now);
-        else
-            connection.dropState(message.event);
+        try {
+            deliver(message, peer->second, now);
+        } catch (const std::bad_alloc&) {
+            peer->second.connection.giveUp();
+        }
         awaitMore(message.connection, peer->second);
     }
+}
+
+void LiveServer::deliver(const OutgoingMessage& message, Peer& peer, Time now)
+{
+    if (!message.isState)
+        peer.connection.send(message.frame, now);
+    else if (message.frame)
+        sendState(peer, message, now);
+    else
+        peer.connection.dropState(message.event);
 }
 
 void LiveServer::sendState(Peer& peer, const OutgoingMessage& message, Time now)

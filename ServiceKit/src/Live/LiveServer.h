@@ -67,6 +67,8 @@ private:
     using Peers = std::map<ConnectionId, Peer>;
 
     void run();
+    void takeTurn();
+    void giveUpAll();
     bool isDone() const;
     int waitTime(Time now) const;
     void handleInbox(Time now);
@@ -77,9 +79,11 @@ private:
     void stopAll(Time now);
 
     void admit(const NewConnection& newConnection, Time now);
+    void begin(ConnectionId id, const NewConnection& newConnection, Time now);
     void handleReadable(ConnectionId id, Peer& peer, Time now);
     void handleMessages(ConnectionId id, Peer& peer, std::string_view bytes, Time now);
     void deliver(const SubscriptionProtocol::Messages& messages, Time now);
+    void deliver(const OutgoingMessage& message, Peer& peer, Time now);
     void sendState(Peer& peer, const OutgoingMessage& message, Time now);
     void advance(ConnectionId id, Peer& peer, Time now);
     static bool sendWaiting(Peer& peer, Time now);
