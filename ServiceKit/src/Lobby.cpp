@@ -4,10 +4,12 @@
 #include <Poco/Timespan.h>
 
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <new>
 #include <string_view>
 #include <thread>
 
@@ -129,15 +131,27 @@ void LobbySocket::admit(int descriptor)
 {
     if (m_guests.size() >= m_limits.maxWaiting)
         m_guests.erase(m_guests.begin());
-    const auto guest =
-        m_guests
-            .emplace(++m_lastId,
-                     Guest{Poco::AutoPtr<ArrivedSocket>(new ArrivedSocket(descriptor)), Clock::now()})
-            .first;
+    const Guests::iterator guest = makeGuest(descriptor);
+    if (guest == m_guests.end())
+        return;
     if (!m_poll.add(descriptor, guest->first, AWAITED_OF_GUESTS))
         m_guests.erase(guest);
     if (descriptor > m_limits.highestDescriptor && m_guests.size() > 1)
         m_guests.erase(m_guests.begin());
+}
+
+/// The end if memory is wanting; the connection is closed then.
+LobbySocket::Guests::iterator LobbySocket::makeGuest(int descriptor)
+{
+    Poco::AutoPtr<ArrivedSocket> socket;
+    try {
+        socket = new ArrivedSocket(descriptor);
+        return m_guests.emplace(++m_lastId, Guest{socket, Clock::now()}).first;
+    } catch (const std::bad_alloc&) {
+        if (!socket)
+            ::close(descriptor);
+        return m_guests.end();
+    }
 }
 
 void LobbySocket::look(Guests::iterator guest, std::uint32_t events)
@@ -177,7 +191,11 @@ void LobbySocket::checkTimes()
 void LobbySocket::giveOut(Guests::iterator guest)
 {
     m_poll.remove(guest->second.socket->sockfd());
-    m_ready.push_back(guest->second.socket);
+    try {
+        m_ready.push_back(guest->second.socket);
+    } catch (const std::bad_alloc&) {
+        // It is closed, rather than waited for without end.
+    }
     m_guests.erase(guest);
 }
 

@@ -56,7 +56,7 @@ struct LobbyLimits {
 /// A listening socket that gives out a connection when there is something to do for it: when the head of its
 /// first request has come as a whole, or when nothing more is to be waited for. So thousands of clients that
 /// send nothing, or a byte at a time, take a descriptor each and no thread. When it is full, who has waited
-/// longest is closed.
+/// longest is closed. So is one for whom memory is wanting.
 ///
 /// It is used by one thread, which waits by `poll` and takes by `acceptConnection`. It gives out what is an
 /// `ArrivedSocket`.
@@ -91,6 +91,7 @@ private:
     void takeArrivals();
     void giveUpDescriptor();
     void admit(int descriptor);
+    Guests::iterator makeGuest(int descriptor);
     void look(Guests::iterator guest, std::uint32_t events);
     void checkTimes();
     void giveOut(Guests::iterator guest);

@@ -9,6 +9,7 @@
 #include "Live/SendQueue.h"
 #include "Live/SubscriptionProtocol.h"
 #include "LiveClient.h"
+#include "Lobby.h"
 #include "LogCapture.h"
 #include "OwnHosts.h"
 #include "SampleTree.h"
@@ -24,6 +25,10 @@
 #include "Shelf.h"
 
 #include <Poco/Exception.h>
+#include <Poco/Net/ServerSocket.h>
+#include <Poco/Net/SocketAddress.h>
+#include <Poco/Net/StreamSocket.h>
+#include <Poco/Timespan.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -749,6 +754,48 @@ TEST(KitAllocationFailure, OfEvaluatingEventsIsToldOrMadeUpFor)
 {
     const SnaredServer server;
     failEachAllocationIn(server, server.shelf->evaluating);
+}
+
+namespace
+{
+
+/// A client that has sent the head of a request.
+Poco::Net::StreamSocket ask(const Poco::Net::ServerSocket& listener)
+{
+    static const std::string HEAD = "GET / HTTP/1.1\r\nHost: localhost\r\n\r\n";
+    Poco::Net::StreamSocket client(listener.address());
+    client.sendBytes(HEAD.data(), static_cast<int>(HEAD.size()));
+    return client;
+}
+
+/// Looks at who has come, and at what they have sent. Whether somebody is to be given out.
+bool look(Lobby& lobby)
+{
+    lobby.poll(Poco::Timespan(), Poco::Net::Socket::SELECT_READ);
+    return lobby.poll(Poco::Timespan(), Poco::Net::Socket::SELECT_READ);
+}
+
+} // namespace
+
+TEST(KitAllocationFailure, OfWaitingForARequestClosesTheConnection)
+{
+    const Poco::Net::ServerSocket listener(Poco::Net::SocketAddress("127.0.0.1", 0));
+    bool hasFailed = true;
+    for (long number = 1; hasFailed; ++number) {
+        SCOPED_TRACE("allocation " + std::to_string(number));
+        Lobby lobby(listener, {9, std::chrono::minutes(5), std::chrono::minutes(5)});
+        Poco::Net::StreamSocket client = ask(listener);
+        FailingAllocations::arm(number);
+        const bool isGivenOut = look(lobby);
+        hasFailed = FailingAllocations::disarm();
+        EXPECT_NE(isGivenOut, client.poll(Poco::Timespan(), Poco::Net::Socket::SELECT_READ))
+            << "it is given out or closed";
+        if (isGivenOut)
+            lobby.acceptConnection();
+        const Poco::Net::StreamSocket next = ask(listener);
+        ASSERT_TRUE(look(lobby));
+        EXPECT_EQ(lobby.acceptConnection().peerAddress(), next.address());
+    }
 }
 
 } // namespace Zovi::ServiceKit
