@@ -12,6 +12,7 @@
 #include <Poco/Timespan.h>
 
 #include <charconv>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -130,7 +131,11 @@ public:
     {
         m_webSockets.beginStop();
         m_context.connections.stop();
-        m_server.stop();
+        try {
+            m_server.stop();
+        } catch (const std::bad_alloc&) {
+            // It could not tell its threads to end; they do so when they have been idle for a while.
+        }
         if (!m_context.connections.waitUntilClosed(m_context.options.stopTimeout))
             m_context.connections.breakOff();
         m_threads.joinAll();

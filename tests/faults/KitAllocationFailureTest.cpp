@@ -798,4 +798,20 @@ TEST(KitAllocationFailure, OfWaitingForARequestClosesTheConnection)
     }
 }
 
+TEST(KitAllocationFailure, OfStoppingAServerStopsItAllTheSame)
+{
+    const auto tree = makeSampleTree();
+    bool hasFailed = true;
+    long number = 0;
+    while (hasFailed) {
+        HttpServer server(tree, {});
+        server.start();
+        FailingAllocations::arm(++number);
+        server.stop();
+        hasFailed = FailingAllocations::disarm();
+        EXPECT_THROW(server.address(), Poco::InvalidAccessException);
+    }
+    EXPECT_GT(number, 1);
+}
+
 } // namespace Zovi::ServiceKit
