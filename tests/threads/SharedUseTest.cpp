@@ -1,6 +1,7 @@
 // What several threads may use at once, used by eight of them. Under the thread sanitizer this shows that
 // nothing is written behind the readers' backs; without it, that all get the same answers.
 
+#include "Command/HttpResponse.h"
 #include "Command/QueryFilterJSON.h"
 #include "Command/RequestBase.h"
 #include "Command/ResponseObject.h"
@@ -8,8 +9,15 @@
 #include "Data/AttributeContainer.h"
 #include "Data/AttributeValue.h"
 #include "Data/ElementBase.h"
+#include "HTTPEncoderDecoder.h"
+#include "Http/ZoviHttpCacheHandler.h"
 #include "JSONPrinter.h"
+#include "JSONTools.h"
+#include "LogCapture.h"
+#include "Logging/LogStream.h"
+#include "ServerMessages.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
@@ -24,6 +32,8 @@
 
 using Poco::JSON::Array;
 using Poco::JSON::Object;
+using Zovi::Command::HttpResponse;
+using Zovi::Command::HTTPStatus;
 using Zovi::Command::QueryFilterJSON;
 using Zovi::Command::RequestBase;
 using Zovi::Command::ResponseObject;
@@ -88,6 +98,13 @@ std::string answerTo(const RequestBase& request)
     if (paging)
         paging->stringify(text);
     return text.str();
+}
+
+std::string tagOf(const Object::Ptr& document)
+{
+    Poco::Net::HTTPResponse response;
+    Zovi::Net::HTTPCacheHandler().handleRequest(Poco::Net::HTTPRequest(), response, document);
+    return response.get("ETag");
 }
 
 } // namespace
@@ -181,4 +198,60 @@ TEST(SharedUse, AddressesAndRequestsAreReadOnAnyThread)
         }
     });
     EXPECT_EQ(wrong, (std::array<int, THREADS>{}));
+}
+
+TEST(SharedUse, TheCommonAnswerAndOneCacheHandlerServeAllThreads)
+{
+    const Zovi::Net::ZoviHttpCacheHandler cache;
+    std::array<std::set<std::string>, THREADS> answers;
+    onAllThreads([&](std::size_t number) {
+        for (int round = 0; round < ROUNDS; ++round) {
+            Zovi::Test::ServerRequest request;
+            request.set("Accept-Encoding", round % 2 == 0 ? "identity" : "gzip");
+            Zovi::Net::HTTPEncoderDecoder coder(request, request.response());
+            const HttpResponse answer = HttpResponse::createStatusOk();
+            cache.handleRequest(request, request.response(), std::string("content"));
+            answer.send(request.response(), coder, round % 2 != 0);
+            answers[number].insert(request.response().get("ETag") + request.response().body() +
+                                   HttpResponse::createError(HTTPStatus::HTTP_NOT_FOUND, "").getMimetype());
+        }
+    });
+    EXPECT_EQ(answers[0].size(), 2U) << "with a body and without";
+    for (const auto& texts : answers)
+        EXPECT_EQ(texts, answers[0]);
+}
+
+TEST(SharedUse, OneDocumentIsReadOnAnyThread)
+{
+    const Object::Ptr document = processOf(1);
+    const std::string expected = JSONPrinter::toString(*document);
+    const Poco::Dynamic::Var value = document;
+    const std::string tag = tagOf(document);
+    std::array<int, THREADS> differing{};
+    onAllThreads([&](std::size_t number) {
+        for (int round = 0; round < ROUNDS; ++round) {
+            Object::Ptr parsed;
+            differing[number] += Zovi::Util::JSONTools::extractJsonObject(value) != document.get() ? 1 : 0;
+            differing[number] += Zovi::Util::JSONTools::parseJSONString(expected, parsed) ? 0 : 1;
+            differing[number] += JSONPrinter::toString(*document) != expected ? 1 : 0;
+            differing[number] += tagOf(document) != tag ? 1 : 0;
+        }
+    });
+    EXPECT_EQ(differing, (std::array<int, THREADS>{}));
+}
+
+TEST(SharedUse, RecordsOfAllThreadsAreWhole)
+{
+    const Zovi::Test::LogCapture log;
+    onAllThreads([](std::size_t number) {
+        for (int round = 0; round < ROUNDS; ++round)
+            ZOVI_LOG_ERROR("thread " << number << " tells of\nround " << round);
+    });
+    std::vector<std::string> expected;
+    for (std::size_t number = 0; number < THREADS; ++number) {
+        for (int round = 0; round < ROUNDS; ++round)
+            expected.push_back("Error: thread " + std::to_string(number) + " tells of\\nround " +
+                               std::to_string(round));
+    }
+    EXPECT_THAT(log.texts(), ::testing::UnorderedElementsAreArray(expected));
 }
