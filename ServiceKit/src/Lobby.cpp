@@ -83,6 +83,7 @@ Poco::Net::SocketImpl* LobbySocket::acceptConnection(Poco::Net::SocketAddress& c
     Poco::AutoPtr<ArrivedSocket> socket = m_ready.front();
     m_ready.pop_front();
     client = socket->peerAddress();
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDelete): references are counted
     return socket.duplicate();
 }
 
