@@ -30,8 +30,8 @@ OpenConnections::Entry::Entry(OpenConnections& connections, const Poco::Net::Str
     , m_socket(socket)
 {
     const std::lock_guard lock(m_connections.m_mutex);
+    ++m_connections.m_entered; // where memory is wanting, too: it does not wait any more
     m_position = m_connections.m_entries.insert(m_connections.m_entries.end(), this);
-    ++m_connections.m_entered;
     m_connections.m_hasMoved.notify_all();
 }
 

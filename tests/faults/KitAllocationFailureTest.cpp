@@ -11,6 +11,7 @@
 #include "LiveClient.h"
 #include "Lobby.h"
 #include "LogCapture.h"
+#include "OpenConnections.h"
 #include "OwnHosts.h"
 #include "SampleTree.h"
 #include "ServerMessages.h"
@@ -23,6 +24,7 @@
 #include "ServiceKit/TreeReader.h"
 #include "ServiceKit/Values.h"
 #include "Shelf.h"
+#include "SocketPair.h"
 
 #include <Poco/Exception.h>
 #include <Poco/Net/ServerSocket.h>
@@ -58,6 +60,7 @@ namespace
 namespace FailingAllocations = Test::FailingAllocations;
 using Poco::JSON::Object;
 using Test::APPLE_ID;
+using Test::Arrival;
 using Test::Basket;
 using Test::clientClose;
 using Test::ClientFrame;
@@ -796,6 +799,20 @@ TEST(KitAllocationFailure, OfWaitingForARequestClosesTheConnection)
         ASSERT_TRUE(look(lobby));
         EXPECT_EQ(lobby.acceptConnection().peerAddress(), next.address());
     }
+}
+
+TEST(KitAllocationFailure, OfTakingAPlaceLeavesItToTheNext)
+{
+    using Entry = OpenConnections::Entry;
+    OpenConnections connections(1, 1);
+    const Arrival lost(connections);
+    FailingAllocations::arm(1);
+    EXPECT_THROW(Entry(connections, lost.server), std::bad_alloc);
+    ASSERT_TRUE(FailingAllocations::disarm());
+    Arrival next(connections);
+    Entry entry(connections, next.server);
+    entry.beginWait();
+    EXPECT_FALSE(next.isEndedByNow()) << "nobody else wants the place";
 }
 
 TEST(KitAllocationFailure, OfStoppingAServerStopsItAllTheSame)
