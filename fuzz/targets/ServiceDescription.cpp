@@ -35,6 +35,17 @@ std::string textWithoutEmptyLists(const MicroServiceInfo& service)
     return JSONPrinter::toString(*json);
 }
 
+/// False for a URI that Poco does not read as it has written it: ":a:b" is a path, and written as "a:b",
+/// which has a scheme.
+bool isReadAsWritten(const Poco::URI& uri)
+{
+    try {
+        return Poco::URI(uri.toString()) == uri;
+    } catch (const Poco::SyntaxException&) {
+        return false;
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -44,6 +55,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (!service)
         return 0;
     requireEqual(textOf(MicroServiceInfo(*service)), textOf(*service), "a copy is written alike");
+    if (service->hasValue(MicroServiceInfo::KEY_URI) && !isReadAsWritten(service->getUri()))
+        return 0;
     const std::unique_ptr<MicroServiceInfo> again(MicroServiceInfo::FromJson(service->toJSON(0)));
     require(again != nullptr, "what is written can be read");
     requireEqual(textOf(*again), textWithoutEmptyLists(*service), "what is read is written alike");
