@@ -296,6 +296,17 @@ TEST(RequestCriteria, GivesTheExpandedProperties)
     EXPECT_THAT(log.texts(), IsEmpty());
 }
 
+TEST(RequestCriteria, HasNothingToGiveOfAnExpansionThatIsANullPointer)
+{
+    RequestBase command = request("");
+    command.addRenderCriterion(Poco::SharedPtr<LevelExpansion>());
+    command.addRenderCriterion(Poco::SharedPtr<PropertyExpansion>());
+    std::vector<std::string> properties = {"old"};
+    EXPECT_THROW(command.getExpansionLevel(), Poco::NullPointerException);
+    EXPECT_THROW(command.getExpansionProperties(properties), Poco::NullPointerException);
+    EXPECT_THAT(properties, ElementsAre("old"));
+}
+
 TEST(RequestCriteria, NamesTheCollectionsOfTheValueSearches)
 {
     EXPECT_TRUE((std::is_same_v<AnyValueSearchCollection, std::vector<Poco::SharedPtr<AnyValueSearch>>>));

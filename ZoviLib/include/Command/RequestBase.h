@@ -85,11 +85,11 @@ public:
     bool hasAttributeCriteria() const;
 
     /// The depth that "$expand" asks for, 0 if it asks for none. Should several have been added, the first
-    /// counts and a warning is logged.
+    /// counts and a warning is logged. Throws `Poco::NullPointerException` if that is a null pointer.
     unsigned int getExpansionLevel() const;
 
     /// Replaces `expands` by the fields that "$expand" names. False if it names none, and `expands` then
-    /// stays as it was.
+    /// stays as it was. Throws like the one above.
     bool getExpansionProperties(std::vector<std::string>& expands) const;
 
     /// Shares `criterion` with this request, behind those of the same type `T`. A null pointer is stored as
