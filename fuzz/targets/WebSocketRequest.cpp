@@ -18,6 +18,7 @@ using Zovi::Util::JSONPrinter;
 namespace
 {
 
+/// Throws for an integer that does not fit, as reading the message does.
 bool isNumberOrAbsent(const Poco::Dynamic::Var& value)
 {
     if (!value.isEmpty() && value.isInteger())
